@@ -1,0 +1,47 @@
+#pragma once
+
+#include "BodyListEntry.h"
+
+#include <model/Emission.h>
+#include <model/bsVector.h>
+
+#include <QString>
+#include <QVector>
+
+class CommandChannel;
+struct BackendVersions;
+
+/// Reads which bodies the controller knows and how they are defined. A failed exchange is posted to
+/// the host's standard message window.
+class BodyCatalogue {
+public:
+    struct Item {
+        QString displayText;
+        BodyListEntry entry;
+    };
+    struct List {
+        QVector<Item> items;
+        bool multiUserWarning = false; ///< vimbar bodies were left out
+        /// False when a failed read ended the build; the items read before it are there, and the
+        /// selection is to stay as it is.
+        bool complete = false;
+    };
+
+    /// Neither argument is owned; both must outlive the catalogue.
+    BodyCatalogue(CommandChannel *channel, const BackendVersions *versions);
+
+    bool isMultiUserOn();
+    bool isMultiUserWithHeadOn();
+    /// Reads everything anew.
+    List readBodyList();
+    /// Number of bodies of a type, or @p fallback if the controller does not tell.
+    int bodyCount(const char *parameter, int fallback);
+    /// @return true only if every marker was read; after a failure the lists hold those read before
+    ///         it. Nothing is touched, and nothing reported, for a body of no markers.
+    bool loadMarkers(const QString &type, int number, QVector<bsVector> *positions,
+                     QVector<Emission> *emissions);
+
+private:
+    CommandChannel *m_channel;
+    const BackendVersions *m_versions;
+};

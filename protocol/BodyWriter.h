@@ -1,0 +1,33 @@
+#pragma once
+
+#include <model/Emission.h>
+#include <model/bsMatrix.h>
+#include <model/bsVector.h>
+
+#include <QString>
+#include <QVector>
+
+class CommandChannel;
+struct BackendVersions;
+
+/// Writes body definitions to the controller. A failed exchange is posted to the host's standard
+/// message window; nothing is retried or rolled back.
+class BodyWriter {
+public:
+    /// Neither argument is owned; both must outlive the writer.
+    BodyWriter(CommandChannel *channel, const BackendVersions *versions);
+
+    /// Sends a transform that maps stored coordinates into the new body coordinates.
+    /// @return false for a failed exchange; a reply other than "quorel2 ok" is reported, but counts
+    ///         as written
+    bool writeTransform(const QString &type, int number, const bsMatrix &transform);
+    /// Sends the count, then every marker with its emission. Measurement must be stopped.
+    void writeMarkers(const QString &type, int number, const QVector<bsVector> &positions,
+                      const QVector<Emission> &emissions);
+    /// @param markerIndex  0-based
+    void deleteMarker(const QString &type, int number, int markerIndex);
+
+private:
+    CommandChannel *m_channel;
+    const BackendVersions *m_versions;
+};

@@ -1,0 +1,167 @@
+#pragma once
+
+#include "Camera.h"
+
+#include <model/Emission.h>
+#include <model/MarkerRecord.h>
+#include <model/abcAxis.h>
+#include <model/abcBody.h>
+#include <model/bsMatrix.h>
+#include <model/bsVector.h>
+
+#include <QColor>
+#include <QGLWidget>
+#include <QList>
+#include <QPoint>
+#include <QPointer>
+#include <QVector>
+
+class QMenu;
+class abcObject;
+
+/// The interactive 3D view of one rigid body, which it owns. Lengths in millimetres, angles in
+/// degrees. Events and slots change state and ask for a repaint; only paintGL() draws.
+class GLCanvas : public QGLWidget {
+    Q_OBJECT
+
+public:
+    explicit GLCanvas(QWidget *parent = nullptr);
+    ~GLCanvas() override;
+
+    /// Shows a body (stored frame). Empties the selection and the history.
+    /// @return false if there is no body in the list; the canvas is then empty
+    bool setBody(const QVector<bsVector> &positions, const QVector<Emission> &emissions);
+    /// Empties the canvas: body, lines, selection and history. The camera stays.
+    void clearBody();
+    bool isBodyLoaded() const { return m_body.isLoaded(); }
+    /// A body is loaded and there is something to undo.
+    bool hasUnappliedChanges() const;
+    const abcBody &body() const { return m_body; }
+    /// Takes stored coordinates into the committed body coordinates.
+    bsMatrix bodyTransform() const;
+    QList<MarkerRecord> markerRecords() const { return m_body.markerRecords(); }
+    void setAllEmissions(double ex, double ey, double ez, double angleDeg);
+
+    void setSuspended(bool suspended);
+    bool isSuspended() const { return m_suspended; }
+    void setOnline(bool online);
+    bool isOnline() const { return m_camera.isOnline(); }
+    /// Online only: the pose of the body in the room as tracked now. An untracked body keeps the
+    /// orientation that was seen last.
+    void setTrackedPose(const bsMatrix &rotation, const bsVector &position, bool tracked);
+    void setRoomAxesVisible(bool visible);
+
+    const Camera &camera() const { return m_camera; }
+    /// Shows the given camera and makes it the reference of the next edit.
+    void setView(const bsPose &view);
+    /// True while the mouse or the view wheels move the camera.
+    bool isDragging() const { return m_dragMode != NoDrag; }
+
+    /// Takes the menu that a right click opens; not owned.
+    void setContextMenu(QMenu *menu);
+
+    /// Id of the one selected object; -1 without a selection, -2 with two.
+    int selectedMarkerNumber() const;
+    const QList<const abcObject *> &selection() const { return m_selection; }
+    /// What a click on @p object (null: empty space) does to the selection.
+    void select(const abcObject *object);
+    /// The object under a point in widget pixels, or null.
+    const abcObject *pick(const QPoint &point);
+
+    /// The presets. Each commits at once; false and nothing changed when the markers define no
+    /// frame or no body is loaded.
+    bool dueToBody();
+    bool dueToRoomOriginInCog();
+    bool dueToRoomOriginInMarker();
+
+public slots:
+    void saveCurrentView();
+    void rotateView(double x, double y, double z);
+    void translateView(double x, double y, double z);
+    void setViewOrientation(bsMatrix m);
+    void setViewPosition(bsVector position);
+    void transformView(bsMatrix m);
+    void rotateViewBegin();
+    void rotateViewEnd();
+
+    void rotateBody(double x, double y, double z);
+    void translateBody(double x, double y, double z);
+    void rotateBody(bsMatrix m);
+    void setBodyOrientation(bsMatrix m);
+    void setBodyPosition(bsVector v);
+    void saveCurrentBody();
+    void undoBody();
+    void redoBody();
+    void undo();
+    void redo();
+    void setOriginToMarker();
+    void setAxisToMarkers(abcAxis axisToSet, abcAxis axisToKeep);
+    void setParallelAxes();
+    void set_origin_to_cog();
+    void introduceLine();
+    void deleteLine();
+
+    void showSmallMarkers(bool showSmall);
+    void showColoredMarkers(bool showColored);
+    void showMarkerEmissions(bool show_emissions);
+    void showLongAxes(bool longAxes);
+    void setLongAxesFactor(double longAxesFactor);
+    void showCOG(bool showCog);
+    void showXYGrid(bool showXY);
+    void showYZGrid(bool showYZ);
+    void showXZGrid(bool showXZ);
+    void setXYGridColor(QColor &XYColor);
+    void setYZGridColor(QColor &YZColor);
+    void setXZGridColor(QColor &XZColor);
+
+signals:
+    void translateViewRequest(double x, double y, double z);
+    void rotateViewRequest(double x, double y, double z);
+    void storeViewRequest();
+    void bodyModified(bool bodyModified);
+    void storeBodyRequest();
+    void canUndo(bool enableUndo);
+    void canRedo(bool enableRedo);
+    void canSetOriginToMarker(bool enableSetOriginToMarker);
+    void canSetAxisToMarkers(bool enableSetAxisToMarkers);
+    void canSetParallelAxes(bool enableSetParallelAxes);
+    void body_change(bool can_apply);
+    void is_online(bool online);
+    void canIntroduceLine(bool enableIntroduceLine);
+    void canDeleteLine(bool enableDeleteLine);
+    void canDeleteMarker();
+
+protected:
+    void initializeGL() override;
+    void resizeGL(int width, int height) override;
+    void paintGL() override;
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+    void wheelEvent(QWheelEvent *event) override;
+
+private:
+    enum DragMode { NoDrag = 0, PanDrag = 1, ZoomDrag = 2, RotateDrag = 3 };
+
+    void emitSelectionSignals();
+    void emitHistorySignals();
+    bool areTwoMarkersSelected() const;
+
+    double m_fieldOfViewDeg = 45.0;
+    double m_nearPlane = 1.0;
+    double m_farPlane = 100000.0;
+    int m_viewportWidth = 1;  ///< device pixels
+    int m_viewportHeight = 1; ///< device pixels, never 0
+    Camera m_camera;
+    bool m_roomAxesVisible = false;
+    bsMatrix m_roomMatrix;
+    bsVector m_roomPosition;
+    bool m_tracked = false;
+    bool m_showCog = false;
+    bool m_suspended = false;
+    DragMode m_dragMode = NoDrag;
+    QPoint m_lastMousePosition; ///< widget pixels
+    QPointer<QMenu> m_contextMenu;
+    abcBody m_body;
+    QList<const abcObject *> m_selection; ///< at most two objects of the body
+};
