@@ -1,0 +1,60 @@
+# What run.sh, test.sh and CI share. Sourced, with the repository as the working directory.
+
+say() { printf '== %s\n' "$*"; }
+fail() {
+    printf '!! %s\n' "$*" >&2
+    exit 1
+}
+
+wanted_packages() { sed -e 's/#.*//' -e '/^[[:space:]]*$/d' packages.txt; }
+
+# Installs the packages of packages.txt that are not there yet.
+install_packages() {
+    command -v apt-get >/dev/null || fail "This needs Debian or Ubuntu: there is no apt-get."
+    local missing=() package
+    while read -r package; do
+        [[ $(dpkg-query -W -f='${Status}' "$package" 2>/dev/null) == *" installed" ]] ||
+            missing+=("$package")
+    done < <(wanted_packages)
+    if [[ ${#missing[@]} -eq 0 ]]; then
+        say "All packages are installed."
+        return
+    fi
+    local root=()
+    if [[ $(id -u) -ne 0 ]]; then
+        command -v sudo >/dev/null ||
+            fail "Missing packages: ${missing[*]}. Install them as root; there is no sudo here."
+        root=(sudo)
+    fi
+    say "Installing: ${missing[*]}"
+    local lists=(-o DPkg::Lock::Timeout=300)
+    "${root[@]}" apt-get "${lists[@]}" update -q ||
+        fail "The package lists could not be read."
+    "${root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get "${lists[@]}" install -y -q \
+        --no-install-recommends "${missing[@]}" ||
+        fail "These packages could not be installed: ${missing[*]}"
+}
+
+# build <preset> [target]
+build() {
+    say "Configuring ($1)."
+    local output
+    output=$(cmake --preset "$1" 2>&1) || {
+        printf '%s\n' "$output" >&2
+        fail "The build could not be configured."
+    }
+    say "Building ($1)."
+    cmake --build --preset "$1" ${2:+--target "$2"} || fail "The build failed."
+}
+
+# Runs a command on a virtual X server of its own, with software OpenGL and a window manager.
+with_display() {
+    local runtime
+    runtime=$(mktemp -d)
+    chmod 700 "$runtime"
+    local status=0
+    XDG_RUNTIME_DIR=$runtime LIBGL_ALWAYS_SOFTWARE=1 QT_QPA_PLATFORM=xcb \
+        xvfb-run -a -s "-screen 0 1920x1200x24 +extension GLX" dev/in-display.sh "$@" || status=$?
+    rm -rf "$runtime"
+    return "$status"
+}

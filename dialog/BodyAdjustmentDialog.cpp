@@ -1,0 +1,1272 @@
+#include "BodyAdjustmentDialog.h"
+
+#include "BodyAdjustmentMessageReceiver.h"
+#include "ui_BodyAdjustmentDialogClass.h"
+
+#include <host/BackendVersions.h>
+#include <model/bsPose.h>
+#include <protocol/VersionCheck.h>
+#include <view/GLCanvas.h>
+#include <widgets/BodyTable.h>
+#include <widgets/HelpDialog.h>
+#include <widgets/SetAxisDialog.h>
+#include <widgets/WidgetResources.h>
+#include <widgets/xyzWidget.h>
+
+#include <QAction>
+#include <QEvent>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QPointer>
+#include <QShortcut>
+#include <QSignalBlocker>
+#include <QTimer>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr char kModuleName[] = "BodyAdjustmentModule";
+constexpr int kPollIntervalMs = 30;
+constexpr int kStatusPixmapSize = 18;
+constexpr int kEmissionTabIndex = 2;
+/// A body keeps at least this many markers.
+constexpr int kFewestMarkers = 4;
+/// Counts that are assumed when the controller does not tell them.
+constexpr int kAssumedStandardBodies = 50;
+constexpr int kAssumedVimbars = 20;
+constexpr double kPositionRange = 999.99;
+constexpr double kFullTurnDeg = 360.0;
+/// Left Shift, right Shift and Num Lock together, as the windowing system reports them.
+constexpr quint32 kBodyNameFocusModifiers = 0x211;
+
+constexpr QLatin1String kStandardTarget("tt_std");
+constexpr QLatin1String kFiveDofTarget("tt_5dof");
+constexpr QLatin1String kCylinderSuffix("_cyl");
+
+/// True if sending the transform would change a number on the controller at the precision with
+/// which transforms are printed.
+bool isWorthSending(const bsMatrix &transform)
+{
+    constexpr double kPrintedLengthMm = 5e-4;
+    constexpr double kPrintedRotation = 1e-8;
+    const bsMatrix &identity = bsMatrix::identity();
+    for (int column = 0; column < 4; ++column) {
+        const double limit = column == 3 ? kPrintedLengthMm : kPrintedRotation;
+        for (int row = 0; row < 3; ++row) {
+            if (std::fabs(transform.element(row, column) - identity.element(row, column)) > limit)
+                return true;
+        }
+    }
+    return false;
+}
+
+bool isType(const QString &keyword, const char *type)
+{
+    return keyword.compare(QLatin1String(type), Qt::CaseInsensitive) == 0;
+}
+
+QPixmap statusPixmap(const QString &fileName)
+{
+    return QPixmap(fileName).scaled(kStatusPixmapSize, kStatusPixmapSize, Qt::IgnoreAspectRatio,
+                                    Qt::SmoothTransformation);
+}
+
+} // namespace
+
+BodyAdjustmentDialog::BodyAdjustmentDialog(IOManager *manager, QWidget *parent,
+                                           BackendVersions *versions)
+    : QDialog(parent)
+    , m_form(std::make_unique<Ui::BodyAdjustmentDialogClass>())
+    , m_channel(manager)
+    , m_versions(versions)
+    , m_parentWidget(parent)
+    , m_catalogue(&m_channel, versions)
+    , m_writer(&m_channel, versions)
+    , m_session(&m_channel, &m_catalogue, versions)
+{
+    initWidgetResources();
+    m_form->setupUi(this);
+    m_form->tabWidget->removeTab(kEmissionTabIndex);
+
+    m_messageReceiver = new BodyAdjustmentMessageReceiver(this);
+    m_channel.registerReceiver(kModuleName, m_messageReceiver);
+    m_receiverRegistered = true;
+    connect(m_messageReceiver, &BodyAdjustmentMessageReceiver::OpenBodyAdjustmentDialog, this,
+            &BodyAdjustmentDialog::onReceiveOpenBodyAdjustmentDialog, Qt::QueuedConnection);
+
+    m_redPixmap = statusPixmap(QStringLiteral(":/red.png"));
+    m_greenPixmap = statusPixmap(QStringLiteral(":/green.png"));
+    m_greyPixmap = statusPixmap(QStringLiteral(":/grey.png"));
+
+    m_pollTimer = new QTimer(this);
+    m_pollTimer->setInterval(kPollIntervalMs);
+    m_setAxisDialog = new SetAxisDialog(this);
+    createCanvasAndMenus();
+    configureValueWidgets();
+    connectWidgets();
+    handOverDisplayFlags();
+    m_canvas->setOnline(false);
+    setChosenBody(QString(), -1, false, QString(), -1);
+
+    setRoomButtonsEnabled(false);
+    m_form->set_origin_button->setEnabled(false);
+    m_form->set_axis_button->setEnabled(false);
+    m_form->pushButton_deleteMarker->setEnabled(false);
+    setOnlineBoxFromState();
+    m_lockIcon = QIcon(QStringLiteral(":/lock.png"));
+    m_form->tabWidget->setCurrentIndex(0);
+}
+
+BodyAdjustmentDialog::~BodyAdjustmentDialog()
+{
+    detachFromHost();
+    if (m_subscribed)
+        m_session.unsubscribe(this);
+    if (m_controllerTaken) {
+        // The host ends while the dialog is open: the user's settings on the controller come back.
+        m_session.stopMeasurement();
+        restoreController();
+    }
+    if (m_openBoxes > 0) {
+        // The dialog ends inside a message box that a change of the body list may have opened. The
+        // list is still on the call stack and lives until that has unwound.
+        m_form->body_name->disconnect();
+        m_form->body_name->setParent(nullptr);
+        m_form->body_name->deleteLater();
+    }
+    m_canvas->disconnect(this);
+    delete m_canvas;
+    m_canvas = nullptr;
+}
+
+void BodyAdjustmentDialog::detachFromHost()
+{
+    if (m_receiverRegistered)
+        m_channel.unregisterReceiver(kModuleName, m_messageReceiver);
+    m_receiverRegistered = false;
+    m_pollTimer->stop();
+}
+
+void BodyAdjustmentDialog::createCanvasAndMenus()
+{
+    m_canvas = new GLCanvas(this);
+    m_canvas->setSuspended(false);
+    m_table = new BodyTable(this);
+    m_form->stackedWidget->insertWidget(0, m_canvas);
+    m_form->stackedWidget->insertWidget(1, m_table);
+    m_form->stackedWidget->setCurrentIndex(0);
+
+    m_canvasMenu = new QMenu(m_canvas);
+    const auto addToggle = [this](const QString &text, bool checked,
+                                  void (BodyAdjustmentDialog::*slot)()) {
+        auto *action = new QAction(text, this);
+        action->setCheckable(true);
+        action->setChecked(checked);
+        connect(action, &QAction::triggered, this, slot);
+        m_canvasMenu->addAction(action);
+        return action;
+    };
+    const auto addCommand = [this](const QString &text) {
+        auto *action = new QAction(text, this);
+        m_canvasMenu->addAction(action);
+        return action;
+    };
+    addToggle(QStringLiteral("Small markers"), m_display.smallMarkers,
+              &BodyAdjustmentDialog::toggled_small_markers);
+    addToggle(QStringLiteral("Colored markers"), m_display.colouredMarkers,
+              &BodyAdjustmentDialog::toggled_colored_markers);
+    addToggle(QStringLiteral("Emissions"), m_display.markerEmissions,
+              &BodyAdjustmentDialog::toggled_marker_emissions);
+    addToggle(QStringLiteral("Long axes"), m_display.longAxes,
+              &BodyAdjustmentDialog::toggled_long_axes);
+    addToggle(QStringLiteral("Show COG"), m_display.showCog,
+              &BodyAdjustmentDialog::toggled_show_COG);
+    m_canvasMenu->addSeparator();
+    addToggle(QStringLiteral("Show XY plane"), m_display.showXy,
+              &BodyAdjustmentDialog::toggled_show_XY);
+    addToggle(QStringLiteral("Show YZ plane"), m_display.showYz,
+              &BodyAdjustmentDialog::toggled_show_YZ);
+    addToggle(QStringLiteral("Show XZ plane"), m_display.showXz,
+              &BodyAdjustmentDialog::toggled_show_XZ);
+    m_canvasMenu->addSeparator();
+    QAction *roomAction =
+        addToggle(QStringLiteral("Show room orientation"), m_display.showRoomOrientation,
+                  &BodyAdjustmentDialog::toggled_show_room_ori);
+    roomAction->setEnabled(false);
+    connect(m_canvas, &GLCanvas::is_online, roomAction, &QAction::setEnabled);
+    m_canvasMenu->addSeparator();
+    QAction *addLineAction = addCommand(QStringLiteral("Add line between markers"));
+    addLineAction->setEnabled(false);
+    connect(m_canvas, &GLCanvas::canIntroduceLine, addLineAction, &QAction::setEnabled);
+    connect(addLineAction, &QAction::triggered, m_canvas, &GLCanvas::introduceLine);
+    QAction *deleteLineAction = addCommand(QStringLiteral("Delete line between markers"));
+    deleteLineAction->setEnabled(false);
+    connect(m_canvas, &GLCanvas::canDeleteLine, deleteLineAction, &QAction::setEnabled);
+    connect(deleteLineAction, &QAction::triggered, m_canvas, &GLCanvas::deleteLine);
+    m_canvasMenu->addSeparator();
+    QAction *dataViewAction = addCommand(QStringLiteral("Data view"));
+    connect(dataViewAction, &QAction::triggered, this, &BodyAdjustmentDialog::toggled_switch_view);
+    m_canvas->setContextMenu(m_canvasMenu);
+
+    m_tableMenu = new QMenu(m_table);
+    auto *graphicViewAction = new QAction(QStringLiteral("Graphic view"), this);
+    connect(graphicViewAction, &QAction::triggered, this,
+            &BodyAdjustmentDialog::toggled_switch_view);
+    m_tableMenu->addAction(graphicViewAction);
+    m_table->setContextMenu(m_tableMenu);
+}
+
+void BodyAdjustmentDialog::configureValueWidgets()
+{
+    const auto configure = [](xyzWidget *widget, bsDoubleMode mode, double minimum, double maximum,
+                              bool wrapping) {
+        widget->setMode(mode);
+        widget->setXWrapping(wrapping);
+        widget->setYWrapping(wrapping);
+        widget->setZWrapping(wrapping);
+        widget->setXRange(minimum, maximum);
+        widget->setYRange(minimum, maximum);
+        widget->setZRange(minimum, maximum);
+    };
+    configure(m_form->body_pos_xyzWidget, SpinBoxOnly, -kPositionRange, kPositionRange, false);
+    configure(m_form->body_ori_xyzWidget, SpinBoxOnly, 0.0, kFullTurnDeg, true);
+    configure(m_form->pos_xyzWidget, WheelOnly, -kPositionRange, kPositionRange, false);
+    configure(m_form->ori_xyzWidget, WheelOnly, 0.0, kFullTurnDeg, true);
+
+    // The list would change body under a pointer that only scrolls past it.
+    m_form->body_name->setFocusPolicy(Qt::StrongFocus);
+    m_form->body_name->installEventFilter(this);
+}
+
+void BodyAdjustmentDialog::connectWidgets()
+{
+    xyzWidget *viewPosition = m_form->pos_xyzWidget;
+    xyzWidget *viewOrientation = m_form->ori_xyzWidget;
+    xyzWidget *bodyPosition = m_form->body_pos_xyzWidget;
+    xyzWidget *bodyOrientation = m_form->body_ori_xyzWidget;
+
+    connect(viewPosition, &xyzWidget::valueChanged, m_canvas, &GLCanvas::translateView);
+    connect(m_canvas, &GLCanvas::translateViewRequest, viewPosition, &xyzWidget::adjustValues);
+    connect(viewPosition, &xyzWidget::xyzEditingFinished, m_canvas, &GLCanvas::storeViewRequest);
+    connect(viewOrientation, &xyzWidget::valueChanged, m_canvas, &GLCanvas::rotateView);
+    connect(m_canvas, &GLCanvas::rotateViewRequest, viewOrientation, &xyzWidget::adjustValues);
+    connect(viewOrientation, &xyzWidget::xyzEditingBegin, m_canvas, &GLCanvas::rotateViewBegin);
+    connect(viewOrientation, &xyzWidget::xyzEditingFinished, m_canvas, &GLCanvas::rotateViewEnd);
+    connect(viewOrientation, &xyzWidget::xyzEditingFinished, m_canvas, &GLCanvas::storeViewRequest);
+    connect(m_canvas, &GLCanvas::storeViewRequest, m_canvas, &GLCanvas::saveCurrentView);
+    connect(m_canvas, &GLCanvas::storeViewRequest, viewOrientation, &xyzWidget::reset);
+    connect(m_canvas, &GLCanvas::storeViewRequest, viewPosition, &xyzWidget::reset);
+
+    connect(bodyPosition, &xyzWidget::valueChanged, this,
+            &BodyAdjustmentDialog::enable_undo_disable_redo);
+    connect(bodyOrientation, &xyzWidget::valueChanged, this,
+            &BodyAdjustmentDialog::enable_undo_disable_redo);
+    connect(bodyPosition, &xyzWidget::valueChanged, m_canvas, &GLCanvas::translateBody);
+    connect(bodyPosition, &xyzWidget::xyzEditingFinished, m_canvas, &GLCanvas::storeBodyRequest);
+    connect(m_canvas, &GLCanvas::storeBodyRequest, bodyPosition, &xyzWidget::reset);
+    connect(bodyOrientation, &xyzWidget::valueChanged, m_canvas,
+            QOverload<double, double, double>::of(&GLCanvas::rotateBody));
+    connect(bodyOrientation, &xyzWidget::xyzEditingFinished, m_canvas, &GLCanvas::storeBodyRequest);
+    connect(m_canvas, &GLCanvas::storeBodyRequest, bodyOrientation, &xyzWidget::reset);
+    connect(m_canvas, &GLCanvas::body_change, this, &BodyAdjustmentDialog::table_body_change);
+    connect(m_canvas, &GLCanvas::body_change, this, &BodyAdjustmentDialog::apply_button_enable);
+
+    connect(m_form->set_origin_button, &QPushButton::clicked, this,
+            &BodyAdjustmentDialog::set_origin_to_marker);
+    connect(m_canvas, &GLCanvas::canSetOriginToMarker, this,
+            &BodyAdjustmentDialog::can_set_origin_to_marker_slot);
+    connect(m_form->set_axis_button, &QPushButton::clicked, this, &BodyAdjustmentDialog::set_axis);
+    connect(m_setAxisDialog, &SetAxisDialog::setAxis, m_canvas, &GLCanvas::setAxisToMarkers);
+    connect(m_canvas, &GLCanvas::canSetAxisToMarkers, this,
+            &BodyAdjustmentDialog::can_set_axis_slot);
+    connect(m_canvas, &GLCanvas::canUndo, m_form->undo_button, &QPushButton::setEnabled);
+    connect(m_canvas, &GLCanvas::canRedo, m_form->redo_button, &QPushButton::setEnabled);
+    connect(m_pollTimer, &QTimer::timeout, m_canvas, &GLCanvas::updateGL);
+    connect(m_pollTimer, &QTimer::timeout, this, &BodyAdjustmentDialog::update_track);
+    connect(m_form->body_name, QOverload<int>::of(&QComboBox::highlighted), m_form->body_name,
+            QOverload<int>::of(&QComboBox::currentIndexChanged));
+    connect(m_form->body_name, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
+            [this](int index) { update_current_body(index); });
+    connect(this, &BodyAdjustmentDialog::set_chosen_body_tracked, this,
+            &BodyAdjustmentDialog::update_room_buttons);
+    connect(m_canvas, &GLCanvas::canDeleteMarker, this, &BodyAdjustmentDialog::onCanDeleteMarker);
+
+    // The zero values of the reset after a commit switch the buttons as a new edit would; what
+    // stands at the end is what can really be undone, redone and applied.
+    connect(m_canvas, &GLCanvas::storeBodyRequest, this, &BodyAdjustmentDialog::refreshEditButtons);
+
+    const auto addShortcut = [this](const QKeySequence &keys, QPushButton *button) {
+        auto *shortcut = new QShortcut(keys, this);
+        connect(shortcut, &QShortcut::activated, button, &QPushButton::click);
+    };
+    addShortcut(QKeySequence(Qt::CTRL + Qt::Key_Z), m_form->undo_button);
+    addShortcut(QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_Z), m_form->redo_button);
+}
+
+void BodyAdjustmentDialog::handOverDisplayFlags()
+{
+    m_canvas->showSmallMarkers(m_display.smallMarkers);
+    m_canvas->showColoredMarkers(m_display.colouredMarkers);
+    m_canvas->showLongAxes(m_display.longAxes);
+    m_canvas->showCOG(m_display.showCog);
+    m_canvas->showXYGrid(m_display.showXy);
+    m_canvas->showYZGrid(m_display.showYz);
+    m_canvas->showXZGrid(m_display.showXz);
+    m_canvas->setRoomAxesVisible(m_display.showRoomOrientation);
+    m_canvas->showMarkerEmissions(m_display.markerEmissions);
+}
+
+bool BodyAdjustmentDialog::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == m_form->body_name && event->type() == QEvent::Wheel &&
+        !m_form->body_name->hasFocus()) {
+        event->ignore();
+        return true;
+    }
+    return QDialog::eventFilter(watched, event);
+}
+
+// Opening, showing, hiding, closing ---------------------------------------------------------------
+
+int BodyAdjustmentDialog::update_and_exec()
+{
+    if (m_running) {
+        raise();
+        activateWindow();
+        return QDialog::Rejected;
+    }
+    m_running = true;
+
+    m_readOnly = m_session.readConfigurationLocked();
+    if (m_readOnly) {
+        setWindowIcon(m_lockIcon);
+        disableEditing(true);
+        setTabsEnabled(false);
+    } else {
+        setWindowIcon(m_parentWidget ? m_parentWidget->windowIcon() : QIcon());
+        enableEditing(true);
+        setTabsEnabled(true);
+    }
+
+    if (!m_session.readTrackingAvailable()) {
+        setErrorText(tr("<b><font color=red>Tracking is not available!</font></b>"));
+        m_form->reset_view_button->setEnabled(false);
+    } else {
+        setErrorText(QString());
+        m_form->reset_view_button->setEnabled(true);
+        m_form->loadBody->setText(tr("Bod&y"));
+        showStatusPixmap(QPixmap());
+    }
+
+    m_savedMarkers.clear();
+    m_savedEmissions.clear();
+    m_pendingDeletedMarker = -1;
+    m_markersDeleted = false;
+    const int standardCount =
+        m_catalogue.bodyCount("body number_of_bodies standard", kAssumedStandardBodies);
+    const int vimbarCount = m_catalogue.bodyCount("body number_of_bodies vimbar", kAssumedVimbars);
+    m_applied.reset(std::max(0, standardCount) + std::max(0, vimbarCount));
+
+    m_controllerTaken = true;
+    m_session.switchOffMultiUser();
+    m_session.saveAndUnsetReference();
+
+    buildBodyList();
+
+    if (!m_requestingModule.isEmpty()) {
+        m_form->body_name->setEnabled(false);
+        enableEditing(false);
+        if (!selectRequestedBody())
+            return QDialog::Rejected;
+    } else {
+        m_form->body_name->setEnabled(true);
+        m_form->body_name->setFocus();
+        m_form->reset_view_button->setEnabled(true);
+        m_form->pos_xyzWidget->setEnabled(true);
+        m_form->ori_xyzWidget->setEnabled(true);
+        m_form->pushButton_due_to_body->setEnabled(false);
+        m_form->apply_button->setEnabled(false);
+        m_form->body_pos_xyzWidget->setEnabled(false);
+        m_form->body_ori_xyzWidget->setEnabled(false);
+        m_form->undo_button->setEnabled(false);
+        m_form->redo_button->setEnabled(false);
+        m_form->set_origin_cog_button->setEnabled(false);
+        m_form->pushButton_deleteMarker->setEnabled(false);
+    }
+
+    m_multiUserWithHead = m_catalogue.isMultiUserWithHeadOn();
+    updateLineFilter();
+    setOnlineBoxFromState();
+    m_online = false;
+    m_form->online_checkbox->setChecked(false);
+    m_canvas->setOnline(false);
+    m_form->pushButton_due_to_room->setEnabled(false);
+    m_form->pushButton_due_to_room_0->setEnabled(false);
+
+    const QPointer<BodyAdjustmentDialog> guard(this);
+    const int result = exec();
+    if (!guard)
+        return result;
+    m_running = false;
+    if (m_controllerTaken) {
+        // Hidden by someone else than OK or Cancel.
+        restoreController();
+        answerRequest();
+    }
+    return result;
+}
+
+void BodyAdjustmentDialog::onReceiveOpenBodyAdjustmentDialog(QString src, QString msg)
+{
+    if (m_running) {
+        raise();
+        activateWindow();
+        m_channel.postMessage(src, "reopen");
+        return;
+    }
+    m_requestingModule = src;
+    m_requestedBody = msg;
+    update_and_exec();
+}
+
+void BodyAdjustmentDialog::buildBodyList()
+{
+    const BodyCatalogue::List list = m_catalogue.readBodyList();
+    {
+        // Filling selects the first item and would load it.
+        const QSignalBlocker blocker(m_form->body_name);
+        m_form->body_name->clear();
+        for (const BodyCatalogue::Item &item : list.items)
+            m_form->body_name->addItem(QIcon(), item.displayText, item.entry.toText());
+        m_form->body_name->setCurrentIndex(-1);
+    }
+    setErrorText(list.multiUserWarning
+                     ? tr("<b><font color=red>Multi user should be disabled!</font></b>")
+                     : QString());
+    update_current_body(-1);
+}
+
+/// @return false if the dialog has gone
+bool BodyAdjustmentDialog::selectRequestedBody()
+{
+    const QPointer<BodyAdjustmentDialog> guard(this);
+    const QString prefix = m_requestedBody + QLatin1Char('|');
+    for (int i = 0; i < m_form->body_name->count(); ++i) {
+        if (m_form->body_name->itemData(i).toString().startsWith(prefix)) {
+            m_form->body_name->setCurrentIndex(i);
+            break;
+        }
+    }
+    return !guard.isNull();
+}
+
+void BodyAdjustmentDialog::showEvent(QShowEvent *event)
+{
+    m_session.subscribe(this);
+    m_subscribed = true;
+    m_session.startMeasurement();
+    setOnlineBoxFromState();
+    m_pollTimer->start();
+    QDialog::showEvent(event);
+}
+
+void BodyAdjustmentDialog::hideEvent(QHideEvent *event)
+{
+    m_pollTimer->stop();
+    m_session.stopMeasurement();
+    setOnlineBoxFromState();
+    m_session.unsubscribe(this);
+    m_subscribed = false;
+    QDialog::hideEvent(event);
+}
+
+void BodyAdjustmentDialog::on_ok_button_clicked()
+{
+    finishOpenEdits();
+    if (m_canvas->hasUnappliedChanges()) {
+        writeTransform();
+        emptyCanvas();
+    }
+    m_session.stopMeasurement();
+    restoreController();
+    accept();
+    answerRequest();
+}
+
+void BodyAdjustmentDialog::reject()
+{
+    finishOpenEdits();
+    if (m_markersDeleted && !m_savedMarkers.isEmpty()) {
+        m_session.stopMeasurement();
+        writeSavedMarkersBack();
+        m_session.startMeasurement();
+    }
+    if (m_applied.hasChanges() || m_canvas->hasUnappliedChanges()) {
+        const QMessageBox::StandardButton answer = runBox(
+            QMessageBox::Warning, tr("Body Adjustment"), tr("Discard the changes for all bodies?"),
+            QMessageBox::Yes | QMessageBox::No, QMessageBox::No);
+        if (answer != QMessageBox::Yes)
+            return;
+        restoreChangedBodies();
+        emptyCanvas();
+    }
+    m_session.stopMeasurement();
+    restoreController();
+    QDialog::reject();
+    answerRequest();
+}
+
+void BodyAdjustmentDialog::restoreController()
+{
+    m_session.restoreMultiUser();
+    m_session.restoreReference();
+    m_controllerTaken = false;
+}
+
+void BodyAdjustmentDialog::answerRequest()
+{
+    if (!m_requestingModule.isEmpty())
+        m_channel.postMessage(m_requestingModule, "reopen");
+    m_requestingModule.clear();
+    m_requestedBody.clear();
+}
+
+// Choosing a body ---------------------------------------------------------------------------------
+
+void BodyAdjustmentDialog::update_current_body(int index, bool show_msg)
+{
+    m_pollTimer->stop();
+    {
+        const QMutexLocker locker(&m_dataMutex);
+        for (TrackedPoseSlot *slot : {&m_standardPose, &m_vimbarPose}) {
+            TrackedPose pose = slot->load();
+            pose.quality = -1.0F;
+            slot->store(pose);
+        }
+    }
+    if (index < 0) {
+        chooseNoBody();
+        return;
+    }
+
+    finishOpenEdits();
+    if (m_canvas->hasUnappliedChanges() && show_msg) {
+        // The open list would keep the mouse from the question.
+        m_form->body_name->hidePopup();
+        const QPointer<BodyAdjustmentDialog> guard(this);
+        const QMessageBox::StandardButton answer =
+            runBox(QMessageBox::Warning, tr("Body Adjustment"), tr("Apply the changes?"),
+                   QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes);
+        if (!guard)
+            return;
+        if (answer == QMessageBox::Yes)
+            writeTransform();
+    }
+
+    if (!loadChosenBody(index, false))
+        return;
+    setOnlineBoxFromState();
+    {
+        // The body is loaded; showing it in the list must not load it again.
+        const QSignalBlocker blocker(m_form->body_name);
+        m_form->body_name->setCurrentIndex(index);
+    }
+    m_pollTimer->start();
+}
+
+void BodyAdjustmentDialog::update_after_apply(int index)
+{
+    loadChosenBody(index, true);
+}
+
+void BodyAdjustmentDialog::chooseNoBody()
+{
+    m_table->clearTable();
+    if (m_canvas->isBodyLoaded())
+        emptyCanvas();
+    setChosenBody(QString(), -1, false, QString(), -1);
+    m_form->loadBody->setText(tr("Bod&y"));
+    showStatusPixmap(QPixmap());
+    setOnlineBoxFromState();
+    refreshEditButtons();
+    m_pollTimer->start();
+}
+
+bool BodyAdjustmentDialog::loadChosenBody(int index, bool alwaysEnableEditing)
+{
+    BodyListEntry entry;
+    const int position = index < 0 ? m_form->body_name->currentIndex() : index;
+    if (!BodyListEntry::fromText(m_form->body_name->itemData(position).toString(), &entry)) {
+        setChosenBody(QString(), 0, false, QString(kStandardTarget), position);
+        m_pollTimer->start();
+        return false;
+    }
+    setChosenBody(entry.type, entry.number - 1, entry.calibrated, entry.targetType, position);
+    if (!m_chosenCalibrated) {
+        showUncalibratedBody();
+        return true;
+    }
+    return showCalibratedBody(alwaysEnableEditing);
+}
+
+bool BodyAdjustmentDialog::showCalibratedBody(bool alwaysEnableEditing)
+{
+    m_form->loadBody->setText(hasCylinderMarkers()
+                                  ? tr("<b><font color=gray>Bod&y has cylinder marker!</font></b>")
+                                  : tr("Bod&y"));
+    connect(this, &BodyAdjustmentDialog::set_chosen_body_tracked, this,
+            &BodyAdjustmentDialog::update_room_buttons, Qt::UniqueConnection);
+    if (!m_catalogue.loadMarkers(m_chosen.type, m_chosen.number(), &m_loadedMarkers,
+                                 &m_loadedEmissions)) {
+        m_pollTimer->start();
+        return false;
+    }
+    m_table->showRawMarkers(m_chosen.number(), m_loadedMarkers, m_loadedEmissions);
+    if (m_canvas->isBodyLoaded())
+        emptyCanvas();
+    const QPointer<BodyAdjustmentDialog> guard(this);
+    const bool shown = m_canvas->setBody(m_loadedMarkers, m_loadedEmissions);
+    if (!guard)
+        return false;
+    if (shown) {
+        m_inCanvas = m_chosen;
+        if (m_form->online_checkbox->isChecked())
+            m_canvas->setOnline(true);
+    }
+    refreshEditButtons();
+    if (alwaysEnableEditing || (!m_readOnly && !hasCylinderMarkers())) {
+        enableEditing(false);
+        setTabsEnabled(true);
+    } else {
+        disableEditing(false);
+        setTabsEnabled(false);
+    }
+    return true;
+}
+
+void BodyAdjustmentDialog::showUncalibratedBody()
+{
+    m_form->loadBody->setText(tr("<b><font color=red>Bod&y not calibrated!</font></b>"));
+    disconnect(this, &BodyAdjustmentDialog::set_chosen_body_tracked, this,
+               &BodyAdjustmentDialog::update_room_buttons);
+    showStatusPixmap(m_greyPixmap);
+    m_table->clearTable();
+    if (m_canvas->isBodyLoaded())
+        emptyCanvas();
+    refreshEditButtons();
+    disableEditing(true);
+}
+
+/// The cameras of both modes stay as they are.
+void BodyAdjustmentDialog::emptyCanvas()
+{
+    m_canvas->setOnline(false);
+    m_canvas->clearBody();
+    m_inCanvas = BodyIdentity();
+}
+
+void BodyAdjustmentDialog::setChosenBody(const QString &type, int index, bool calibrated,
+                                         const QString &targetType, int listIndex)
+{
+    m_chosen.type = type;
+    m_chosen.index = index;
+    m_chosen.listIndex = listIndex;
+    m_chosenCalibrated = calibrated;
+    m_chosenTargetType = targetType;
+    updateLineFilter();
+}
+
+void BodyAdjustmentDialog::updateLineFilter()
+{
+    const QMutexLocker locker(&m_dataMutex);
+    m_lineFilter.isStandard = isType(m_chosen.type, "standard");
+    m_lineFilter.isVimbar = isType(m_chosen.type, "vimbar");
+    m_lineFilter.index = m_chosen.index;
+    m_lineFilter.multiUserWithHead = m_multiUserWithHead;
+}
+
+bool BodyAdjustmentDialog::hasCylinderMarkers() const
+{
+    return m_chosenTargetType.endsWith(kCylinderSuffix);
+}
+
+// State of the controls ---------------------------------------------------------------------------
+
+void BodyAdjustmentDialog::enableEditing(bool viewDisabled)
+{
+    m_form->reset_view_button->setDisabled(viewDisabled);
+    m_form->pos_xyzWidget->setDisabled(viewDisabled);
+    m_form->ori_xyzWidget->setDisabled(viewDisabled);
+    if (!m_readOnly) {
+        m_form->pushButton_due_to_body->setEnabled(m_chosenTargetType == kStandardTarget);
+        m_form->body_pos_xyzWidget->setEnabled(m_chosenTargetType != kFiveDofTarget);
+        m_form->body_ori_xyzWidget->setEnabled(true);
+        m_form->set_origin_cog_button->setEnabled(true);
+    }
+    if (!m_online)
+        setRoomButtonsEnabled(false);
+    m_form->pushButton_deleteMarker->setEnabled(false);
+}
+
+void BodyAdjustmentDialog::disableEditing(bool viewDisabled)
+{
+    m_form->reset_view_button->setDisabled(viewDisabled);
+    m_form->pos_xyzWidget->setDisabled(viewDisabled);
+    m_form->ori_xyzWidget->setDisabled(viewDisabled);
+    m_form->pushButton_due_to_body->setEnabled(false);
+    m_form->apply_button->setEnabled(false);
+    m_form->body_pos_xyzWidget->setEnabled(false);
+    m_form->body_ori_xyzWidget->setEnabled(false);
+    m_form->undo_button->setEnabled(false);
+    m_form->redo_button->setEnabled(false);
+    m_form->set_origin_cog_button->setEnabled(false);
+    m_form->pushButton_deleteMarker->setEnabled(false);
+}
+
+void BodyAdjustmentDialog::setTabsEnabled(bool enabled)
+{
+    // Disabling the current tab makes another one current.
+    const int current = m_form->tabWidget->currentIndex();
+    for (int i = 0; i < m_form->tabWidget->count(); ++i)
+        m_form->tabWidget->setTabEnabled(i, enabled);
+    m_form->tabWidget->setCurrentIndex(current);
+}
+
+void BodyAdjustmentDialog::setRoomButtonsEnabled(bool enabled)
+{
+    m_form->pushButton_due_to_room->setEnabled(enabled);
+    m_form->pushButton_due_to_room_0->setEnabled(enabled);
+    m_form->adjust_axes_to_room_button->setEnabled(enabled);
+}
+
+void BodyAdjustmentDialog::setOnlineBoxFromState()
+{
+    m_form->online_checkbox->setEnabled(m_session.isMeasurementRunning() && m_chosen.isValid() &&
+                                        m_chosenCalibrated);
+}
+
+void BodyAdjustmentDialog::setErrorText(const QString &text)
+{
+    m_form->error_label->setText(text);
+    m_form->error_label->setVisible(!text.isEmpty());
+}
+
+void BodyAdjustmentDialog::showStatusPixmap(const QPixmap &pixmap)
+{
+    // Comes with every data line; only a change is worth a new layout.
+    if (pixmap.cacheKey() == m_shownPixmapKey)
+        return;
+    m_shownPixmapKey = pixmap.cacheKey();
+    m_form->body_icon->setPixmap(pixmap);
+}
+
+void BodyAdjustmentDialog::apply_button_enable(bool can_apply)
+{
+    m_form->apply_button->setEnabled(can_apply);
+}
+
+void BodyAdjustmentDialog::can_set_origin_to_marker_slot(bool can_set)
+{
+    if (!m_readOnly)
+        m_form->set_origin_button->setEnabled(can_set);
+}
+
+void BodyAdjustmentDialog::can_set_axis_slot(bool can_set)
+{
+    if (!m_readOnly)
+        m_form->set_axis_button->setEnabled(can_set);
+}
+
+void BodyAdjustmentDialog::enable_undo_disable_redo()
+{
+    m_form->undo_button->setEnabled(true);
+    m_form->redo_button->setEnabled(false);
+}
+
+void BodyAdjustmentDialog::enableEmissionTab(bool /*b*/) {}
+
+void BodyAdjustmentDialog::update_room_buttons(bool status)
+{
+    if (m_online && !m_readOnly && m_chosenTargetType == kStandardTarget)
+        setRoomButtonsEnabled(status);
+    if (m_chosen.isValid() && m_chosenCalibrated)
+        showStatusPixmap(status ? m_greenPixmap : m_redPixmap);
+}
+
+void BodyAdjustmentDialog::onCanDeleteMarker()
+{
+    m_form->pushButton_deleteMarker->setEnabled(canDeleteMarkers());
+}
+
+bool BodyAdjustmentDialog::canDeleteMarkers() const
+{
+    const int marker = m_canvas->selectedMarkerNumber();
+    const int count = m_canvas->body().markerCount();
+    // A body that must not be edited keeps its markers, also from the keyboard.
+    return m_form->tab->isEnabled() && versionAtLeast(m_versions, 1, 17) && m_chosen.isValid() &&
+           count > kFewestMarkers && marker >= 0 && marker < count;
+}
+
+void BodyAdjustmentDialog::refreshEditButtons()
+{
+    m_form->undo_button->setEnabled(m_canvas->body().undoCount() > 0 || m_markersDeleted);
+    m_form->redo_button->setEnabled(m_canvas->body().redoCount() > 0);
+    m_form->apply_button->setEnabled(m_canvas->hasUnappliedChanges());
+}
+
+void BodyAdjustmentDialog::refillTable()
+{
+    m_table->showMarkers(m_canvas->markerRecords());
+}
+
+void BodyAdjustmentDialog::table_body_change()
+{
+    refillTable();
+}
+
+// Editing -----------------------------------------------------------------------------------------
+
+void BodyAdjustmentDialog::finishOpenEdits()
+{
+    m_form->body_pos_xyzWidget->finishEditing();
+    m_form->body_ori_xyzWidget->finishEditing();
+}
+
+void BodyAdjustmentDialog::afterOperation(bool done)
+{
+    if (!done) {
+        setErrorText(
+            tr("The markers of this body do not define a coordinate system: at least three "
+               "markers at different distances are needed."));
+        refreshEditButtons();
+        return;
+    }
+    setErrorText(QString());
+    apply_button_enable(true);
+    refillTable();
+}
+
+void BodyAdjustmentDialog::set_origin_to_marker()
+{
+    finishOpenEdits();
+    m_canvas->setOriginToMarker();
+    afterOperation(true);
+}
+
+void BodyAdjustmentDialog::on_set_origin_cog_button_clicked()
+{
+    finishOpenEdits();
+    m_canvas->set_origin_to_cog();
+    afterOperation(true);
+}
+
+void BodyAdjustmentDialog::set_axis()
+{
+    finishOpenEdits();
+    const QPointer<BodyAdjustmentDialog> guard(this);
+    m_setAxisDialog->exec();
+    if (guard)
+        afterOperation(true);
+}
+
+void BodyAdjustmentDialog::on_adjust_axes_to_room_button_clicked()
+{
+    if (!m_online)
+        return;
+    finishOpenEdits();
+    m_canvas->setParallelAxes();
+    afterOperation(true);
+}
+
+void BodyAdjustmentDialog::on_pushButton_due_to_body_clicked()
+{
+    finishOpenEdits();
+    afterOperation(m_canvas->dueToBody());
+}
+
+void BodyAdjustmentDialog::on_pushButton_due_to_room_clicked()
+{
+    finishOpenEdits();
+    afterOperation(m_canvas->dueToRoomOriginInCog());
+}
+
+void BodyAdjustmentDialog::on_pushButton_due_to_room_0_clicked()
+{
+    finishOpenEdits();
+    afterOperation(m_canvas->dueToRoomOriginInMarker());
+}
+
+void BodyAdjustmentDialog::on_apply_button_clicked()
+{
+    finishOpenEdits();
+    if (m_canvas->hasUnappliedChanges()) {
+        m_session.stopTracking();
+        writeTransform();
+        m_session.startTracking();
+        const QPointer<BodyAdjustmentDialog> guard(this);
+        update_after_apply(m_chosen.listIndex);
+        if (!guard)
+            return;
+    }
+    m_form->apply_button->setEnabled(false);
+}
+
+void BodyAdjustmentDialog::writeTransform()
+{
+    const bsMatrix transform = bsPose::fromMatrix(m_canvas->bodyTransform(), 0.0).toMatrix();
+    if (m_writer.writeTransform(m_inCanvas.type, m_inCanvas.number(), transform))
+        m_applied.add(m_inCanvas.number(), m_inCanvas.listIndex, transform);
+}
+
+void BodyAdjustmentDialog::restoreChangedBodies()
+{
+    for (int i = 0; i < m_applied.listSize(); ++i) {
+        if (!m_applied.isChanged(i))
+            continue;
+        BodyListEntry entry;
+        if (!BodyListEntry::fromText(m_form->body_name->itemData(i).toString(), &entry))
+            continue;
+        if (entry.number < 1) {
+            m_channel.postError("Error: Wrong body ID. Cannot discard changes");
+            break;
+        }
+        if (!m_writer.writeTransform(entry.type, entry.number,
+                                     m_applied.discardTransform(entry.number)))
+            break;
+        const bsMatrix correction = m_applied.correctionAfterDiscard(entry.number, i);
+        if (isWorthSending(correction) &&
+            !m_writer.writeTransform(entry.type, entry.number, correction))
+            break;
+    }
+    m_applied.reset(m_applied.listSize());
+}
+
+void BodyAdjustmentDialog::on_undo_button_clicked()
+{
+    finishOpenEdits();
+    if (m_savedMarkers.isEmpty()) {
+        m_canvas->undo();
+        return;
+    }
+    m_loadedMarkers = m_savedMarkers;
+    m_loadedEmissions = m_savedEmissions;
+    m_session.stopMeasurement();
+    writeSavedMarkersBack();
+    m_session.startMeasurement();
+    const QPointer<BodyAdjustmentDialog> guard(this);
+    m_canvas->setBody(m_loadedMarkers, m_loadedEmissions);
+    if (!guard)
+        return;
+    m_markersDeleted = false;
+    m_form->undo_button->setEnabled(false);
+    m_form->redo_button->setEnabled(true);
+}
+
+void BodyAdjustmentDialog::on_redo_button_clicked()
+{
+    finishOpenEdits();
+    if (m_pendingDeletedMarker < 0) {
+        m_canvas->redo();
+        return;
+    }
+    m_session.stopMeasurement();
+    m_writer.deleteMarker(m_chosen.type, m_chosen.number(), m_pendingDeletedMarker);
+    m_session.startMeasurement();
+    m_pendingDeletedMarker = -1;
+    const QPointer<BodyAdjustmentDialog> guard(this);
+    update_current_body(m_chosen.index, true);
+    if (!guard)
+        return;
+    m_form->redo_button->setEnabled(false);
+    m_markersDeleted = true;
+}
+
+void BodyAdjustmentDialog::on_pushButton_deleteMarker_clicked()
+{
+    if (!canDeleteMarkers())
+        return;
+    const int marker = m_canvas->selectedMarkerNumber();
+    const QPointer<BodyAdjustmentDialog> guard(this);
+    const QMessageBox::StandardButton answer =
+        runBox(QMessageBox::Question, tr("QUOREL4"), tr("Delete selected marker?"),
+               QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::Cancel);
+    if (!guard || answer != QMessageBox::Ok)
+        return;
+    m_savedMarkers = m_loadedMarkers;
+    m_savedEmissions = m_loadedEmissions;
+    m_pendingDeletedMarker = marker;
+    m_session.stopMeasurement();
+    m_writer.deleteMarker(m_chosen.type, m_chosen.number(), marker);
+    m_session.startMeasurement();
+    // The body's index stands in for a list position here, and stays so.
+    update_current_body(m_chosen.index, true);
+    if (!guard)
+        return;
+    m_form->undo_button->setEnabled(true);
+    m_markersDeleted = true;
+}
+
+void BodyAdjustmentDialog::writeSavedMarkersBack()
+{
+    m_writer.writeMarkers(m_chosen.type, m_chosen.number(), m_savedMarkers, m_savedEmissions);
+}
+
+// View --------------------------------------------------------------------------------------------
+
+void BodyAdjustmentDialog::on_online_checkbox_clicked()
+{
+    m_pollTimer->stop();
+    m_online = m_form->online_checkbox->isChecked();
+    m_canvas->setOnline(m_online);
+    if (!m_online)
+        setRoomButtonsEnabled(false);
+    m_pollTimer->start();
+}
+
+void BodyAdjustmentDialog::on_reset_view_button_clicked()
+{
+    m_canvas->setViewOrientation(bsMatrix::identity());
+    if (!m_canvas->isDragging())
+        m_canvas->setViewPosition(bsVector(0.0, 0.0, -300.0));
+}
+
+void BodyAdjustmentDialog::on_help_button_clicked()
+{
+    const QPointer<HelpDialog> help(new HelpDialog(this));
+    help->exec();
+    delete help.data();
+}
+
+void BodyAdjustmentDialog::toggled_small_markers()
+{
+    m_display.smallMarkers = !m_display.smallMarkers;
+    m_canvas->showSmallMarkers(m_display.smallMarkers);
+    m_canvas->updateGL();
+}
+
+void BodyAdjustmentDialog::toggled_colored_markers()
+{
+    m_display.colouredMarkers = !m_display.colouredMarkers;
+    m_canvas->showColoredMarkers(m_display.colouredMarkers);
+    m_canvas->updateGL();
+}
+
+void BodyAdjustmentDialog::toggled_long_axes()
+{
+    m_display.longAxes = !m_display.longAxes;
+    m_canvas->showLongAxes(m_display.longAxes);
+    m_canvas->updateGL();
+}
+
+void BodyAdjustmentDialog::toggled_show_COG()
+{
+    m_display.showCog = !m_display.showCog;
+    m_canvas->showCOG(m_display.showCog);
+    m_canvas->updateGL();
+}
+
+void BodyAdjustmentDialog::toggled_show_XY()
+{
+    m_display.showXy = !m_display.showXy;
+    m_canvas->showXYGrid(m_display.showXy);
+    m_canvas->updateGL();
+}
+
+void BodyAdjustmentDialog::toggled_show_YZ()
+{
+    m_display.showYz = !m_display.showYz;
+    m_canvas->showYZGrid(m_display.showYz);
+    m_canvas->updateGL();
+}
+
+void BodyAdjustmentDialog::toggled_show_XZ()
+{
+    m_display.showXz = !m_display.showXz;
+    m_canvas->showXZGrid(m_display.showXz);
+    m_canvas->updateGL();
+}
+
+void BodyAdjustmentDialog::toggled_show_room_ori()
+{
+    m_display.showRoomOrientation = !m_display.showRoomOrientation;
+    m_canvas->setRoomAxesVisible(m_display.showRoomOrientation);
+}
+
+void BodyAdjustmentDialog::toggled_marker_emissions()
+{
+    m_display.markerEmissions = !m_display.markerEmissions;
+    m_canvas->showMarkerEmissions(m_display.markerEmissions);
+    m_canvas->updateGL();
+}
+
+void BodyAdjustmentDialog::toggled_switch_view()
+{
+    if (m_canvas->isVisible()) {
+        m_form->stackedWidget->setCurrentIndex(1);
+        m_form->reset_view_button->setEnabled(false);
+    } else {
+        m_form->stackedWidget->setCurrentIndex(0);
+        m_form->reset_view_button->setEnabled(true);
+        m_canvas->setFocus(Qt::OtherFocusReason);
+    }
+}
+
+void BodyAdjustmentDialog::keyPressEvent(QKeyEvent *event)
+{
+    switch (event->key()) {
+    case Qt::Key_Delete:
+        on_pushButton_deleteMarker_clicked();
+        break;
+    case Qt::Key_Y:
+        if (event->nativeModifiers() == kBodyNameFocusModifiers)
+            m_form->body_name->setFocus(Qt::OtherFocusReason);
+        break;
+    default:
+        QDialog::keyPressEvent(event);
+    }
+}
+
+void BodyAdjustmentDialog::resizeEvent(QResizeEvent *event)
+{
+    m_table->fitEmissionColumns();
+    QDialog::resizeEvent(event);
+}
+
+// Emission tab ------------------------------------------------------------------------------------
+
+void BodyAdjustmentDialog::on_doubleSpinBox_alpha_valueChanged(double /*value*/)
+{
+    calcNormalizedUnitVector();
+}
+
+void BodyAdjustmentDialog::on_doubleSpinBox_ez_valueChanged(double /*value*/)
+{
+    calcNormalizedUnitVector();
+}
+
+void BodyAdjustmentDialog::on_doubleSpinBox_ey_valueChanged(double /*value*/)
+{
+    calcNormalizedUnitVector();
+}
+
+void BodyAdjustmentDialog::on_doubleSpinBox_ex_valueChanged(double /*value*/)
+{
+    calcNormalizedUnitVector();
+}
+
+void BodyAdjustmentDialog::calcNormalizedUnitVector()
+{
+    bsVector direction(m_form->doubleSpinBox_ex->value(), m_form->doubleSpinBox_ey->value(),
+                       m_form->doubleSpinBox_ez->value());
+    direction.normalize();
+    m_form->label_ex->setText(QString::number(direction.x, 'f', 3));
+    m_form->label_ey->setText(QString::number(direction.y, 'f', 3));
+    m_form->label_ez->setText(QString::number(direction.z, 'f', 3));
+    m_canvas->setAllEmissions(direction.x, direction.y, direction.z,
+                              m_form->doubleSpinBox_alpha->value());
+}
+
+// Live data ---------------------------------------------------------------------------------------
+
+int BodyAdjustmentDialog::receiveLine(const char *lineType, const char *line)
+{
+    if (!m_dataMutex.tryLock())
+        return 0;
+    const LineFilter filter = m_lineFilter;
+    DataLineType type = DataLineType::SixD;
+    bool wanted = true;
+    if (qstrcmp(lineType, "6d") == 0 && filter.isStandard)
+        type = DataLineType::SixD;
+    else if (qstrcmp(lineType, "6df") == 0 && filter.isVimbar)
+        type = DataLineType::SixDf;
+    else if (qstrcmp(lineType, "6df2") == 0 && filter.isVimbar)
+        type = DataLineType::SixDf2;
+    else
+        wanted = false;
+    if (!wanted) {
+        m_dataMutex.unlock();
+        return 0;
+    }
+
+    m_lineBuffer = line;
+    const bool wellFormed = parseDataLine(type, m_lineBuffer.data(), &m_blocks);
+    enum { NothingToTell, Tracked, NotTracked } outcome = NothingToTell;
+    if (wellFormed) {
+        if (type == DataLineType::SixD)
+            outcome = NotTracked;
+        for (int i = 0; i < m_blocks.size(); ++i) {
+            const DataBlock &block = m_blocks.at(i);
+            long id = block.id;
+            if (type == DataLineType::SixD && filter.multiUserWithHead)
+                --id;
+            const bool isChosen =
+                type == DataLineType::SixDf2 ? i == filter.index : id == filter.index;
+            if (!isChosen)
+                continue;
+            const bool tracked = block.quality != -1.0;
+            outcome = tracked ? Tracked : NotTracked;
+            TrackedPose pose;
+            if (tracked) {
+                pose.id = static_cast<int>(id);
+                pose.quality = static_cast<float>(block.quality);
+                pose.buttons = static_cast<int>(block.buttons);
+                pose.position = block.position;
+                pose.rotation = block.rotation;
+            }
+            TrackedPoseSlot &slot = type == DataLineType::SixD ? m_standardPose : m_vimbarPose;
+            if (!tracked && type != DataLineType::SixD) {
+                // A lost vimbar keeps its last place, but counts as lost.
+                pose = slot.load();
+                pose.quality = -1.0F;
+            }
+            slot.store(pose);
+        }
+    }
+    m_dataMutex.unlock();
+
+    // Emitted without the lock: what is connected may deliver the next line.
+    if (outcome != NothingToTell)
+        emit set_chosen_body_tracked(outcome == Tracked);
+    return wellFormed ? 0 : -1;
+}
+
+void BodyAdjustmentDialog::update_track()
+{
+    if (!m_online || !m_chosen.isValid())
+        return;
+    const bool isStandard = isType(m_chosen.type, "standard");
+    if (!isStandard && !isType(m_chosen.type, "vimbar")) {
+        if (m_unknownTypeBoxOpen)
+            return;
+        m_unknownTypeBoxOpen = true;
+        const QPointer<BodyAdjustmentDialog> guard(this);
+        runBox(QMessageBox::Information, tr("[Quorellib] Error"),
+               tr("Unknown body type.\nGoing offline..."), QMessageBox::Ok, QMessageBox::Ok);
+        if (guard)
+            m_unknownTypeBoxOpen = false;
+        return;
+    }
+    const TrackedPose pose = isStandard ? m_standardPose.load() : m_vimbarPose.load();
+    const bool tracked = pose.quality == 1.0F && pose.id == m_chosen.index;
+    m_canvas->setTrackedPose(pose.rotation, pose.position, tracked);
+}
+
+QMessageBox::StandardButton BodyAdjustmentDialog::runBox(QMessageBox::Icon icon,
+                                                         const QString &title, const QString &text,
+                                                         QMessageBox::StandardButtons buttons,
+                                                         QMessageBox::StandardButton defaultButton)
+{
+    // The host may end inside the box's event loop and take the dialog, and the box with it.
+    const QPointer<BodyAdjustmentDialog> guard(this);
+    const QPointer<QMessageBox> box(new QMessageBox(icon, title, text, buttons, this));
+    box->setDefaultButton(defaultButton);
+    ++m_openBoxes;
+    const int result = box->exec();
+    if (!guard)
+        return QMessageBox::NoButton;
+    --m_openBoxes;
+    delete box.data();
+    return static_cast<QMessageBox::StandardButton>(result);
+}

@@ -1,0 +1,253 @@
+#pragma once
+
+#include "AppliedTransforms.h"
+
+#include <host/Requester.h>
+#include <model/Emission.h>
+#include <model/abcAxis.h>
+#include <model/bsVector.h>
+#include <protocol/BodyCatalogue.h>
+#include <protocol/BodyWriter.h>
+#include <protocol/CommandChannel.h>
+#include <protocol/DataLines.h>
+#include <protocol/TrackedPose.h>
+#include <protocol/TrackingSession.h>
+
+#include <QByteArray>
+#include <QDialog>
+#include <QIcon>
+#include <QMessageBox>
+#include <QMutex>
+#include <QPixmap>
+#include <QString>
+#include <QVector>
+
+#include <memory>
+
+class BodyAdjustmentMessageReceiver;
+class BodyTable;
+class GLCanvas;
+class IOManager;
+class QMenu;
+class QTimer;
+class SetAxisDialog;
+struct BackendVersions;
+
+namespace Ui {
+class BodyAdjustmentDialogClass;
+}
+
+/// The module's one window: choose a body, change its coordinate system, write it back.
+///
+/// Created once, shown modally any number of times; each opening reads everything from the
+/// controller anew. Data lines may arrive on another thread; everything else belongs on the GUI
+/// thread.
+class BodyAdjustmentDialog : public QDialog, public Requester {
+    Q_OBJECT
+
+public:
+    /// None of the arguments is owned; the service and the versions must outlive the dialog.
+    BodyAdjustmentDialog(IOManager *manager, QWidget *parent, BackendVersions *versions);
+    ~BodyAdjustmentDialog() override;
+
+    /// Takes the dialog out of the host's message routing and stops polling.
+    void detachFromHost();
+
+    /// May be called on any thread. A line that comes while another one is read is dropped.
+    /// @return -1 for a malformed line, otherwise 0
+    int receiveLine(const char *lineType, const char *line) override;
+    int reserved1() override { return 0; }
+    int reserved2() override { return 0; }
+
+signals:
+    /// Emitted on the thread that delivered the data line.
+    void set_chosen_body_tracked(bool status);
+
+public slots:
+    /// Opens the dialog. @return the result of exec()
+    int update_and_exec();
+    void on_redo_button_clicked();
+    void on_undo_button_clicked();
+    void on_pushButton_deleteMarker_clicked();
+    void on_doubleSpinBox_alpha_valueChanged(double);
+    void on_doubleSpinBox_ez_valueChanged(double);
+    void on_doubleSpinBox_ey_valueChanged(double);
+    void on_doubleSpinBox_ex_valueChanged(double);
+    void calcNormalizedUnitVector();
+    void enableEmissionTab(bool b);
+    void keyPressEvent(QKeyEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    void onReceiveOpenBodyAdjustmentDialog(QString src, QString msg);
+    void on_online_checkbox_clicked();
+    void on_reset_view_button_clicked();
+    void on_help_button_clicked();
+    void on_ok_button_clicked();
+    void on_apply_button_clicked();
+    void reject() override;
+    void can_set_origin_to_marker_slot(bool can_set);
+    void set_origin_to_marker();
+    void on_set_origin_cog_button_clicked();
+    void can_set_axis_slot(bool can_set);
+    void set_axis();
+    void on_adjust_axes_to_room_button_clicked();
+    void on_pushButton_due_to_body_clicked();
+    void on_pushButton_due_to_room_clicked();
+    void on_pushButton_due_to_room_0_clicked();
+    /// Loads the body at a position of the body list; -1: no body.
+    void update_current_body(int index, bool show_msg = true);
+    void update_after_apply(int index);
+    void update_track();
+    void toggled_small_markers();
+    void toggled_colored_markers();
+    void toggled_long_axes();
+    void toggled_show_COG();
+    void toggled_show_XY();
+    void toggled_show_YZ();
+    void toggled_show_XZ();
+    void toggled_show_room_ori();
+    void toggled_switch_view();
+    void toggled_marker_emissions();
+    void table_body_change();
+    void apply_button_enable(bool can_apply = true);
+    void update_room_buttons(bool status);
+    void enable_undo_disable_redo();
+    void onCanDeleteMarker();
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    Q_DISABLE_COPY(BodyAdjustmentDialog)
+
+    /// Which body of the controller is meant.
+    struct BodyIdentity {
+        QString type;
+        int index = -1; ///< body number minus one; -1: none
+        int listIndex = -1;
+        bool isValid() const { return index >= 0; }
+        int number() const { return index + 1; }
+    };
+    /// What the data-line parser must know of the chosen body.
+    struct LineFilter {
+        bool isStandard = false;
+        bool isVimbar = false;
+        int index = -1;
+        bool multiUserWithHead = false;
+    };
+    struct DisplayFlags {
+        bool smallMarkers = false;
+        bool colouredMarkers = true;
+        bool longAxes = false;
+        bool showCog = false;
+        bool showXy = true;
+        bool showYz = false;
+        bool showXz = false;
+        bool showRoomOrientation = false;
+        bool markerEmissions = true;
+    };
+
+    void createCanvasAndMenus();
+    void configureValueWidgets();
+    void connectWidgets();
+    void handOverDisplayFlags();
+
+    void buildBodyList();
+    bool selectRequestedBody();
+    void setChosenBody(const QString &type, int index, bool calibrated, const QString &targetType,
+                       int listIndex);
+    void updateLineFilter();
+    void chooseNoBody();
+    /// @return false if the entry or its markers could not be read, or the dialog has gone
+    bool loadChosenBody(int index, bool alwaysEnableEditing);
+    bool showCalibratedBody(bool alwaysEnableEditing);
+    void showUncalibratedBody();
+    void emptyCanvas();
+    void enableEditing(bool viewDisabled);
+    void disableEditing(bool viewDisabled);
+    void setTabsEnabled(bool enabled);
+    void setRoomButtonsEnabled(bool enabled);
+    void setOnlineBoxFromState();
+    void setErrorText(const QString &text);
+    void showStatusPixmap(const QPixmap &pixmap);
+    bool hasCylinderMarkers() const;
+
+    /// Counts a value that is typed but not confirmed as finished.
+    void finishOpenEdits();
+    void refreshEditButtons();
+    void afterOperation(bool done);
+    void refillTable();
+
+    /// Writes the transform of the body in the canvas and keeps what was written.
+    void writeTransform();
+    void restoreChangedBodies();
+    void restoreController();
+    void answerRequest();
+
+    bool canDeleteMarkers() const;
+    void writeSavedMarkersBack();
+
+    /// Runs a message box. @return the button, or NoButton if the dialog was destroyed meanwhile;
+    /// nothing of the dialog may be touched then
+    QMessageBox::StandardButton runBox(QMessageBox::Icon icon, const QString &title,
+                                       const QString &text, QMessageBox::StandardButtons buttons,
+                                       QMessageBox::StandardButton defaultButton);
+
+    std::unique_ptr<Ui::BodyAdjustmentDialogClass> m_form;
+    CommandChannel m_channel;
+    BackendVersions *m_versions;
+    QWidget *m_parentWidget;
+    BodyCatalogue m_catalogue;
+    BodyWriter m_writer;
+    TrackingSession m_session;
+    BodyAdjustmentMessageReceiver *m_messageReceiver = nullptr;
+    bool m_receiverRegistered = false;
+
+    QPixmap m_redPixmap;
+    QPixmap m_greenPixmap;
+    QPixmap m_greyPixmap;
+    QIcon m_lockIcon;
+    qint64 m_shownPixmapKey = 0;
+
+    QTimer *m_pollTimer = nullptr;
+    SetAxisDialog *m_setAxisDialog = nullptr;
+    GLCanvas *m_canvas = nullptr;
+    BodyTable *m_table = nullptr;
+    QMenu *m_canvasMenu = nullptr;
+    QMenu *m_tableMenu = nullptr;
+    DisplayFlags m_display;
+
+    bool m_readOnly = false;
+    bool m_online = false;
+    bool m_running = false;         ///< between opening and the end of exec()
+    bool m_controllerTaken = false; ///< multi-user and reference are to be restored
+    bool m_subscribed = false;
+    bool m_unknownTypeBoxOpen = false;
+    int m_openBoxes = 0;
+    bool m_multiUserWithHead = false;
+
+    BodyIdentity m_chosen;
+    bool m_chosenCalibrated = false;
+    QString m_chosenTargetType;
+    BodyIdentity m_inCanvas; ///< the body whose markers the canvas shows
+    QVector<bsVector> m_loadedMarkers;
+    QVector<Emission> m_loadedEmissions;
+
+    AppliedTransforms m_applied;
+
+    QVector<bsVector> m_savedMarkers;
+    QVector<Emission> m_savedEmissions;
+    int m_pendingDeletedMarker = -1;
+    bool m_markersDeleted = false;
+
+    QString m_requestingModule;
+    QString m_requestedBody;
+
+    QMutex m_dataMutex; ///< guards the line buffer, the filter and writing the poses
+    QByteArray m_lineBuffer;
+    QVector<DataBlock> m_blocks;
+    LineFilter m_lineFilter;
+    TrackedPoseSlot m_standardPose;
+    TrackedPoseSlot m_vimbarPose;
+};
