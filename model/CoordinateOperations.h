@@ -21,7 +21,8 @@ bsVector pendingPosition(const bsMatrix &baseMatrix, const bsVector &target);
 
 /// A right-handed frame whose axis @p axisToSet points along @p direction and whose axis
 /// @p axisToKeep is @p keptAxis made perpendicular to it. The two axes must differ.
-/// A zero direction, or a kept axis parallel to it, gives zero columns.
+/// A zero direction, or a kept axis parallel to it, gives zero columns. Equal axes give the
+/// identity.
 bsMatrix axisFrame(const bsVector &direction, const bsVector &keptAxis, abcAxis axisToSet,
                    abcAxis axisToKeep);
 

@@ -55,7 +55,8 @@ public:
     /// Empties the body and its history. Display options, COG and palette stay.
     void clear();
     /// Replaces the body. A single position is no body: it is reported through the warning
-    /// presenter, false is returned and the body stays empty.
+    /// presenter, false is returned and the body stays empty. No position gives a loaded body
+    /// without markers.
     bool loadMarkers(const QVector<bsVector> &positions);
     /// Markers beyond the end of the list keep their emission.
     void setEmissions(const QVector<Emission> &emissions);
@@ -84,14 +85,16 @@ public:
 
     /// True if a line joins the two markers in either order.
     bool hasLine(const abcMarker *a, const abcMarker *b) const;
-    /// Takes ownership of @p line.
+    /// Takes ownership of @p line. A line that the body already holds is not added again.
     void addLine(abcLine *line);
     /// Removes the first occurrence and deletes it; the others keep their order. No selection may
     /// refer to the line any more.
     void removeLine(abcLine *line);
 
-    /// Folds the pending pose into the base matrix and records the previous one for undo.
-    /// @return false and no history entry if nothing was pending
+    /// Folds the pending pose into the base matrix and records the previous one for undo. The
+    /// base matrix stays a rotation with a translation, whatever was pending.
+    /// @return false and no history entry if nothing was pending. A pending pose with a number that
+    ///         is not finite (the COG of a body without markers, say) is dropped in the same way
     bool saveCurrentBody();
     void undo();
     void redo();
@@ -109,7 +112,9 @@ signals:
 private:
     Q_DISABLE_COPY(abcBody)
 
+    void clearPendingPose();
     void deleteObjects();
+    void pushUndo(const bsMatrix &matrix);
     void setModified(bool modified);
 
     QString m_name;

@@ -31,6 +31,12 @@ public:
     void invertRigid();
     /// The rigid inverse as a new matrix.
     bsMatrix rigidInverse() const;
+
+    /// A copy to take a quaternion from. A half turn has a diagonal that sums up to -1; rounding
+    /// can leave the sum just above, and the quaternion of such a matrix would be no turn at all.
+    /// The copy has that excess (less than 1e-10) taken off its diagonal; any other matrix is
+    /// copied as it is.
+    bsMatrix withExactHalfTurn() const;
 };
 
 bsMatrix operator*(const bsMatrix &left, const bsMatrix &right);
