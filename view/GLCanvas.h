@@ -17,6 +17,7 @@
 #include <QVector>
 
 class QMenu;
+class abcMarker;
 class abcObject;
 
 /// The interactive 3D view of one rigid body, which it owns. Lengths in millimetres, angles in
@@ -49,7 +50,15 @@ public:
     /// Online only: the pose of the body in the room as tracked now. An untracked body keeps the
     /// orientation that was seen last.
     void setTrackedPose(const bsMatrix &rotation, const bsVector &position, bool tracked);
+    /// The last tracked rotation while online, else the identity.
+    const bsMatrix &roomMatrix() const { return m_roomMatrix; }
+    /// The last tracked position (millimetres) while online, else (0, 0, 0).
+    const bsVector &roomPosition() const { return m_roomPosition; }
+    bool isTracked() const { return m_tracked; }
+    /// Read only in online mode.
     void setRoomAxesVisible(bool visible);
+    bool isRoomAxesVisible() const { return m_roomAxesVisible; }
+    bool isCogVisible() const { return m_showCog; }
 
     const Camera &camera() const { return m_camera; }
     /// Shows the given camera and makes it the reference of the next edit.
@@ -60,12 +69,12 @@ public:
     /// Takes the menu that a right click opens; not owned.
     void setContextMenu(QMenu *menu);
 
-    /// Id of the one selected object; -1 without a selection, -2 with two.
+    /// Id of the one selected marker; -1 without a selected marker, -2 with two selected objects.
     int selectedMarkerNumber() const;
     const QList<const abcObject *> &selection() const { return m_selection; }
-    /// What a click on @p object (null: empty space) does to the selection.
+    /// What a click on @p object (of the shown body; null: empty space) does to the selection.
     void select(const abcObject *object);
-    /// The object under a point in widget pixels, or null.
+    /// The object under a point in widget pixels, or null. Null too without an OpenGL context.
     const abcObject *pick(const QPoint &point);
 
     /// The presets. Each commits at once; false and nothing changed when the markers define no
@@ -143,9 +152,29 @@ protected:
 private:
     enum DragMode { NoDrag = 0, PanDrag = 1, ZoomDrag = 2, RotateDrag = 3 };
 
+    /// From scene coordinates (body in the stored frame) into eye coordinates, in three steps.
+    void multiplyViewTransform() const;
+    void multiplyRoomMatrix() const;
+    void translateCogToPivot() const;
+    void drawSelection() const;
+
+    /// @return false if nothing can be picked; the matrices are then as they were
+    bool beginPick(const QPoint &point) const;
+    void drawWithNames() const;
+    /// @return the number of hit records, negative after an overflow
+    int endPick() const;
+    const abcObject *objectOf(quint32 kind, quint32 index) const;
+
+    void openContextMenu(const QPoint &globalPosition);
+    void endDrag();
+    bool isMarkerSelectedFirst() const;
+    bool areTwoMarkersSelected() const;
+    bool canJoinSelectedMarkers() const;
+    bool isOneLineSelected() const;
+    const abcMarker *selectedMarker(int place) const;
     void emitSelectionSignals();
     void emitHistorySignals();
-    bool areTwoMarkersSelected() const;
+    void emitBodyReplaced();
 
     double m_fieldOfViewDeg = 45.0;
     double m_nearPlane = 1.0;

@@ -1,0 +1,108 @@
+#include "DrawingGeometry.h"
+
+#include <model/Tolerance.h>
+
+#include <Eigen/Geometry>
+
+#include <cmath>
+
+namespace {
+
+constexpr double kPi = 3.141592653589793;
+
+bsVector scaled(bsVector vector, double factor)
+{
+    vector *= factor;
+    return vector;
+}
+
+} // namespace
+
+namespace DrawingGeometry {
+
+AxisSizes axisSizes(double length)
+{
+    const double headRadius = length / 10.0;
+    return {headRadius * 0.125, headRadius, length / 5.0};
+}
+
+double gridHalfExtent(double extent, double spacing)
+{
+    return static_cast<double>(static_cast<int>(extent)) / spacing * spacing;
+}
+
+QVector<double> gridPositions(double extent, double spacing)
+{
+    QVector<double> positions;
+    if (!(spacing > 0.0))
+        return positions;
+    const double halfExtent = gridHalfExtent(extent, spacing);
+    // A spacing too small to be seen next to the extent would never reach the end.
+    if (-halfExtent + spacing == -halfExtent)
+        return positions;
+    double position = -halfExtent;
+    while (position <= halfExtent) {
+        positions.append(position);
+        position += spacing;
+    }
+    return positions;
+}
+
+AxisAngle rotationFromZ(const bsVector &direction)
+{
+    const auto rotation = Eigen::Quaterniond().setFromTwoVectors(
+        Eigen::Vector3d::UnitZ(), Eigen::Vector3d(direction.x, direction.y, direction.z));
+    const Eigen::AngleAxisd angleAxis(rotation);
+    const Eigen::Vector3d &axis = angleAxis.axis();
+    return {angleAxis.angle() * 180.0 / kPi, bsVector(axis.x(), axis.y(), axis.z())};
+}
+
+double emissionConeLength(bool small)
+{
+    return small ? 15.0 : 25.8;
+}
+
+double emissionArrowLength(bool small)
+{
+    return emissionConeLength(small) + 4.5;
+}
+
+EmissionCone emissionCone(double openingAngleDeg, bool small)
+{
+    const bool backward = openingAngleDeg > 90.0;
+    const double fromPlaneDeg = backward ? openingAngleDeg - 90.0 : 90.0 - openingAngleDeg;
+    const double fromPlane = fromPlaneDeg * kPi / 180.0;
+    const double length = emissionConeLength(small);
+    return {length * std::sin(fromPlane), length * std::cos(fromPlane), backward};
+}
+
+std::array<PrismFace, 6> linePrism(const bsVector &first, const bsVector &second, double width)
+{
+    const bsVector d = (second - first).normalized();
+    bsVector u = cross(d, bsVector(0.0, 1.0, 0.0));
+    if (isNearlyZero(u.length()))
+        u = cross(d, bsVector(1.0, 0.0, 0.0));
+    u.normalize();
+    const bsVector v = cross(d, u).normalized();
+    const bsVector halfU = scaled(u, width / 2.0);
+    const bsVector halfV = scaled(v, width / 2.0);
+
+    const std::array<bsVector, 4> section = {halfU + halfV, halfV - halfU, -halfU - halfV,
+                                             halfU - halfV};
+    const auto side = [&](const bsVector &normal, const bsVector &a, const bsVector &b) {
+        return PrismFace{normal, {first + a, first + b, second + b, second + a}};
+    };
+    const auto end = [&](const bsVector &normal, const bsVector &centre) {
+        return PrismFace{
+            normal,
+            {centre + section[0], centre + section[1], centre + section[2], centre + section[3]}};
+    };
+    return {side(u, section[3], section[0]),
+            side(v, section[0], section[1]),
+            side(-u, section[1], section[2]),
+            side(-v, section[2], section[3]),
+            end(-d, first),
+            end(d, second)};
+}
+
+} // namespace DrawingGeometry
