@@ -8,6 +8,8 @@
 #include <QString>
 #include <QVector>
 
+#include <optional>
+
 class CommandChannel;
 struct BackendVersions;
 
@@ -30,18 +32,27 @@ public:
     /// Neither argument is owned; both must outlive the catalogue.
     BodyCatalogue(CommandChannel *channel, const BackendVersions *versions);
 
+    /// A mode that is not available, or a failed read, counts as off; nothing is posted.
     bool isMultiUserOn();
     bool isMultiUserWithHeadOn();
-    /// Reads everything anew.
+    /// Reads everything anew, the multi-user state first.
     List readBodyList();
-    /// Number of bodies of a type, or @p fallback if the controller does not tell.
+    /// Number of bodies of a type, or @p fallback if the controller does not tell (nothing is
+    /// posted).
+    /// @param parameter  the whole parameter, for example "body number_of_bodies standard"
     int bodyCount(const char *parameter, int fallback);
+    /// Positions in millimetres, stored frame; the emissions run parallel to them.
     /// @return true only if every marker was read; after a failure the lists hold those read before
     ///         it. Nothing is touched, and nothing reported, for a body of no markers.
     bool loadMarkers(const QString &type, int number, QVector<bsVector> *positions,
                      QVector<Emission> *emissions);
 
 private:
+    bool areVimbarsLeftOut();
+    /// False when a failed read ended the build.
+    bool readBodiesOfType(const QString &type, QVector<Item> *items);
+    std::optional<Item> readBody(const QString &type, int number);
+
     CommandChannel *m_channel;
     const BackendVersions *m_versions;
 };

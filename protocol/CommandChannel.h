@@ -1,9 +1,13 @@
 #pragma once
 
+#include <model/Emission.h>
+#include <model/bsVector.h>
+
 #include <QByteArray>
 #include <QString>
 
 #include <array>
+#include <optional>
 
 class IOManager;
 class MessageReceiver;
@@ -12,48 +16,73 @@ class Requester;
 /// The one way from the module to the controller and to the host's message windows.
 ///
 /// Wraps the host's command service (not owned, must outlive the channel). While the host formats
-/// or parses, the calling thread is in the C locale, whatever the process's locale is. A status of 0
-/// is success. All calls belong on the GUI thread.
+/// or parses, the calling thread is in the C locale, whatever the process's locale is. Texts are
+/// Latin-1 on the wire, so every byte survives the way in and out. Body, type and marker numbers
+/// count from 1. Lengths are millimetres in the stored frame of the body. All calls belong on the
+/// GUI thread. Nothing here reports a failure: callers post the text that fits.
+///
+/// Without a service every exchange fails and every message is dropped.
 class CommandChannel {
 public:
     explicit CommandChannel(IOManager *manager);
 
-    /// The host's service, for the calls that carry formatted arguments.
+    /// The host's service. Calls made past the channel miss its locale and buffer safety.
     IOManager *manager() const { return m_manager; }
 
     /// A reply of a full command.
     struct Reply {
-        int status = -1;
+        int status = -1; ///< 0 is success
         QByteArray text;
-        bool isOk() const { return status == 0 && text == "quorel2 ok"; }
+        /// Compares the whole reply, whatever the status.
+        bool isPositive() const { return text == "quorel2 ok"; }
+        bool isOk() const { return status == 0 && isPositive(); }
     };
 
-    /// Full command lines; see CommandChannel.cpp for the formats.
-    Reply sendLine(const char *line);
+    /// Full commands.
+    Reply startTracking();
+    Reply stopTracking();
+    Reply askVimbarOutputForm();
     Reply deleteMarker(const QString &type, int number, int markerNumber);
+    /// @param numbers  translation x y z, then the rotation column by column, each top to bottom
     Reply transformBody(const QString &type, int number, const std::array<double, 12> &numbers);
 
-    /// Parameter reads. On failure false is returned and @p value is left alone.
-    bool readText(const char *parameter, QString *value);
-    bool readTextNumbered(const char *format, int number, QString *value);
-    bool readTextOfType(const char *format, const QString &type, QString *value);
-    bool readTextOfBody(const char *format, const QString &type, int number, QString *value);
-    bool readInt(const char *parameter, int *value);
-    bool readIntOfType(const char *format, const QString &type, int *value);
-    bool readIntOfBody(const char *format, const QString &type, int number, int *value);
-    /// @param count  3 or 4 numbers; a number that is not finite counts as a failed read
-    bool readMarkerNumbers(const char *format, const QString &type, int number, int marker,
-                           double *values, int count);
+    /// Parameter reads; empty for a failed exchange. Texts are the whole value, untrimmed.
+    std::optional<QString> readConfigurationChangeable();
+    std::optional<QString> readTrackingAvailable();
+    std::optional<QString> readMeasurementState();
+    std::optional<QString> readReference();
+    std::optional<QString> readMultiUserAvailable();
+    std::optional<QString> readMultiUser();
+    std::optional<QString> readMultiUserWithHeadAvailable();
+    std::optional<QString> readMultiUserWithHead();
+
+    std::optional<int> readDeviceCount();
+    std::optional<int> readTypeCount();
+    std::optional<QString> readBodyType(int typeNumber);
+    std::optional<int> readBodyCount(const QString &type);
+    /// @param parameter  whole name of an integer parameter; a fixed text without percent signs
+    std::optional<int> readCount(const char *parameter);
+    std::optional<QString> readTypeDescription(const QString &type);
+    std::optional<QString> readCalibration(const QString &type, int number);
+    std::optional<QString> readTargetType(const QString &type, int number);
+    std::optional<QString> readDescription(const QString &type, int number);
+
+    std::optional<int> readMarkerCount(const QString &type, int number);
+    /// A value with a number that is not finite, or with too few numbers, counts as failed.
+    std::optional<bsVector> readMarker(const QString &type, int number, int markerNumber);
+    std::optional<Emission> readEmission(const QString &type, int number, int markerNumber);
 
     /// Parameter writes; true for status 0.
-    bool setLine(const char *line);
-    bool setWithTexts(const char *format, const QString &first, const QString &second);
-    bool setWithText(const char *format, const QString &text);
+    bool activateOutput(const char *lineType);
+    bool setMultiUser(bool on);
+    bool setMultiUserWithHead(bool on);
+    bool unsetReference();
+    bool setReference(const QString &reference);
     bool setMarkerCount(const QString &type, int number, int count);
-    bool setMarker(const QString &type, int number, int marker, double x, double y, double z);
-    bool setEmission(const QString &type, int number, int marker, double x, double y, double z,
-                     double angleDeg);
+    bool setMarker(const QString &type, int number, int markerNumber, const bsVector &position);
+    bool setEmission(const QString &type, int number, int markerNumber, const Emission &emission);
 
+    /// After removeRequester() the requester gets no more lines.
     void addRequester(const char *lineType, Requester *requester);
     void removeRequester(const char *lineType, Requester *requester);
     void registerReceiver(const char *module, MessageReceiver *receiver);

@@ -2,6 +2,6 @@
 
 struct BackendVersions;
 
-/// True when the backend is at least version @p major.@p minor. A negative patch level other than -1
-/// (not known) counts as older. Without a record every test fails.
+/// True when the backend is at least version @p major.@p minor. A negative patch level other than
+/// -1 (not known) counts as older. Without a record every test fails.
 bool versionAtLeast(const BackendVersions *versions, int major, int minor);

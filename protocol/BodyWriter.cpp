@@ -1,0 +1,65 @@
+#include "BodyWriter.h"
+#include "CommandChannel.h"
+#include "VersionCheck.h"
+
+#include <model/bsPose.h>
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+bool isSet(const Emission &emission)
+{
+    return emission.x != 0.0 || emission.y != 0.0 || emission.z != 0.0 || emission.angleDeg != 0.0;
+}
+
+} // namespace
+
+BodyWriter::BodyWriter(CommandChannel *channel, const BackendVersions *versions)
+    : m_channel(channel)
+    , m_versions(versions)
+{
+}
+
+bool BodyWriter::writeTransform(const QString &type, int number, const bsMatrix &transform)
+{
+    // The way through a quaternion makes the rotation orthonormal again.
+    const bsMatrix rigid = bsPose::fromMatrix(transform, 0.0).toMatrix();
+    const double *m = rigid.m;
+    const std::array<double, 12> numbers = {m[12], m[13], m[14], m[0], m[1], m[2],
+                                            m[4],  m[5],  m[6],  m[8], m[9], m[10]};
+    const CommandChannel::Reply reply = m_channel->transformBody(type, number, numbers);
+    if (!reply.isOk())
+        m_channel->postError("Error: Unable to set body transformation");
+    return reply.status == 0;
+}
+
+void BodyWriter::writeMarkers(const QString &type, int number, const QVector<bsVector> &positions,
+                              const QVector<Emission> &emissions)
+{
+    if (!m_channel->setMarkerCount(type, number, positions.size())) {
+        m_channel->postError("Error: Unable to set body target_type");
+        return;
+    }
+    const bool withEmissions = versionAtLeast(m_versions, 1, 12) &&
+                               std::any_of(emissions.cbegin(), emissions.cend(), isSet);
+    for (int index = 0; index < positions.size(); ++index) {
+        const int markerNumber = index + 1;
+        if (!m_channel->setMarker(type, number, markerNumber, positions.at(index)))
+            m_channel->postError("Error: Unable to set body marker values");
+        if (withEmissions && index < emissions.size() &&
+            !m_channel->setEmission(type, number, markerNumber, emissions.at(index)))
+            m_channel->postError("Error: Unable to set body marker emission");
+    }
+}
+
+void BodyWriter::deleteMarker(const QString &type, int number, int markerIndex)
+{
+    const CommandChannel::Reply reply = m_channel->deleteMarker(type, number, markerIndex + 1);
+    // A failed exchange without a positive reply is told of twice.
+    if (reply.status != 0)
+        m_channel->postError("Error: Unable to delete marker of body");
+    if (!reply.isPositive())
+        m_channel->postError("Error: Unable to delete marker of body");
+}
