@@ -1,0 +1,38 @@
+#include "Exchange.h"
+
+#include <QCoreApplication>
+
+static QString tr(const char *text)
+{
+    return QCoreApplication::translate("Exchange", text);
+}
+
+QString statusText(ExchangeStatus status)
+{
+    switch (status) {
+    case ExchangeStatus::Done:
+        return QString();
+    case ExchangeStatus::NotConnected:
+        return tr("not connected");
+    case ExchangeStatus::ConnectionLost:
+        return tr("connection lost");
+    case ExchangeStatus::TimedOut:
+        return tr("timed out");
+    case ExchangeStatus::ReplyTooLong:
+        return tr("reply too long");
+    case ExchangeStatus::UnexpectedReply:
+        return tr("unexpected reply");
+    case ExchangeStatus::Refused:
+        return tr("refused");
+    case ExchangeStatus::BadRequest:
+        return tr("bad request");
+    case ExchangeStatus::Busy:
+        return tr("busy");
+    }
+    return QString();
+}
+
+bool isErrorReply(const QByteArray &reply)
+{
+    return reply == "quorel2 err" || reply.startsWith("quorel2 err ");
+}

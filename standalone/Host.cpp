@@ -1,0 +1,234 @@
+#include "Host.h"
+
+#include "BackendVersionText.h"
+#include "Demo.h"
+#include "MainWindow.h"
+
+#include <controller/ControllerThread.h>
+#include <controller/Scenario.h>
+
+#include <QCoreApplication>
+#include <QDir>
+
+#include <cstdio>
+
+namespace {
+
+constexpr int kRateIntervalMs = 1000;
+
+void printLine(const QString &text)
+{
+    std::printf("%s\n", qPrintable(text));
+    std::fflush(stdout);
+}
+
+} // namespace
+
+Host::Host(const HostOptions &options, QObject *parent)
+    : QObject(parent)
+    , m_options(options)
+    , m_versions(unknownBackendVersion())
+    , m_service(&m_connection, &m_dataReceiver)
+{
+}
+
+Host::~Host()
+{
+    end();
+}
+
+bool Host::start(QString *error)
+{
+    if (!openFolder(error) || !loadModule(error) || !startController(error))
+        return false;
+    m_window = std::make_unique<MainWindow>();
+    connectParts();
+    if (m_connection.waitForConnected(m_options.timeoutMs)) {
+        greetController();
+    } else if (!m_options.demoFolder.isEmpty()) {
+        *error = tr("The controller at %1:%2 cannot be reached: %3.")
+                     .arg(m_connection.host())
+                     .arg(m_connection.port())
+                     .arg(m_connection.lastError());
+        return false;
+    }
+    // Only from here on, since the first greeting is made above. Queued, because the state may
+    // change in the middle of an exchange.
+    connect(&m_connection, &ControllerConnection::stateChanged, this, &Host::onStateChanged,
+            Qt::QueuedConnection);
+    onStateChanged();
+
+    m_plugin.handOver(&m_service, m_window.get(), &m_versions, false);
+    const QList<MenuEntry *> entries = m_plugin.sortedEntries();
+    m_window->installEntries(entries);
+    m_window->setModuleInfo(m_plugin.moduleName(), m_plugin.moduleVersion(), m_plugin.fileName());
+    m_window->show();
+
+    m_rateTimer.setInterval(kRateIntervalMs);
+    connect(&m_rateTimer, &QTimer::timeout, this, &Host::updateDataRate);
+    m_rateClock.start();
+    m_rateTimer.start();
+
+    if (!m_options.demoFolder.isEmpty()) {
+        if (entries.isEmpty()) {
+            *error = tr("The module has no menu entry to demonstrate.");
+            return false;
+        }
+        m_demo = std::make_unique<Demo>(&m_service, m_window.get(), entries.constFirst()->action,
+                                        m_options.demoFolder);
+        connect(m_demo.get(), &Demo::finished, this, [](int exitCode, const QString &report) {
+            printLine(report);
+            QCoreApplication::exit(exitCode);
+        });
+        m_demo->start();
+    }
+    return true;
+}
+
+bool Host::openFolder(QString *error)
+{
+    if (m_options.demoFolder.isEmpty())
+        return true;
+    const QDir folder(m_options.demoFolder);
+    if (!folder.mkpath(QStringLiteral("."))) {
+        *error = tr("The folder \"%1\" cannot be created.").arg(m_options.demoFolder);
+        return false;
+    }
+    QString reason;
+    if (!m_transcript.open(folder.filePath(QStringLiteral("transcript.txt")), &reason)) {
+        *error =
+            tr("The transcript cannot be written in \"%1\": %2.").arg(m_options.demoFolder, reason);
+        return false;
+    }
+    return true;
+}
+
+bool Host::loadModule(QString *error)
+{
+    const QString fileName = m_options.pluginFile.isEmpty()
+                                 ? PluginHost::defaultFile(QCoreApplication::applicationDirPath())
+                                 : m_options.pluginFile;
+    if (!m_plugin.load(fileName, error))
+        return false;
+    printLine(tr("Module %1").arg(m_plugin.fileName()));
+    printLine(tr("  IID        %1").arg(m_plugin.interfaceId()));
+    printLine(tr("  class name %1").arg(m_plugin.className()));
+    printLine(tr("  name       %1").arg(m_plugin.moduleName()));
+    printLine(tr("  version    %1").arg(m_plugin.moduleVersion()));
+    return true;
+}
+
+bool Host::startController(QString *error)
+{
+    m_connection.setTimeoutMs(m_options.timeoutMs);
+    if (!m_options.backendVersion.isEmpty())
+        parseBackendVersion(m_options.backendVersion.toLatin1(), &m_versions);
+
+    QString host = m_options.controllerHost;
+    quint16 port = m_options.controllerPort;
+    if (host.isEmpty()) {
+        Scenario scenario = Scenario::builtIn();
+        QString reason;
+        if (!m_options.scenarioFile.isEmpty() &&
+            !Scenario::load(m_options.scenarioFile, &scenario, &reason)) {
+            *error = tr("The scenario cannot be used: %1").arg(reason);
+            return false;
+        }
+        if (!m_options.backendVersion.isEmpty())
+            BackendVersion::fromText(m_options.backendVersion, &scenario.backend);
+        m_controller = std::make_unique<ControllerThread>(scenario, m_options.seed);
+        if (!m_controller->start()) {
+            *error = tr("The simulated controller cannot be started: %1.")
+                         .arg(m_controller->errorString());
+            return false;
+        }
+        host = m_controller->address().toString();
+        port = m_controller->port();
+    }
+    m_connection.open(host, port);
+    return true;
+}
+
+void Host::connectParts()
+{
+    const QString address =
+        QStringLiteral("%1:%2").arg(m_connection.host()).arg(m_connection.port());
+    m_window->setController(m_controller ? tr("Simulated controller") : tr("Controller"), address);
+    printLine(m_controller ? tr("Simulated controller at %1").arg(address)
+                           : tr("Controller at %1").arg(address));
+    connect(&m_service, &HostCommandService::exchanged, this,
+            [this](const Exchange &exchange) { m_transcript.add(exchange); });
+    connect(&m_service, &HostCommandService::exchanged, m_window.get(), &MainWindow::addExchange);
+    connect(&m_service, &HostCommandService::messagePosted, m_window.get(),
+            [this](const QDateTime &time, const QString &source, int, const QString &text) {
+                m_window->addMessage(time, source, text);
+            });
+    connect(&m_service, &HostCommandService::messageUndelivered, m_window.get(),
+            &MainWindow::addUndelivered);
+    connect(m_window.get(), &MainWindow::closed, this, [] { QCoreApplication::quit(); });
+}
+
+void Host::greetController()
+{
+    m_greeted = m_connection.connectCount();
+    const QHostAddress local = m_connection.localAddress();
+    QString reason;
+    if (!m_dataReceiver.start(local, m_connection.peerAddress(), &reason)) {
+        m_window->addMessage(QDateTime::currentDateTime(), tr("Host"),
+                             tr("Error: No data lines can be received: %1").arg(reason));
+    } else {
+        m_service.command("quorel2 data connect " + QByteArray::number(m_dataReceiver.port()));
+    }
+    if (m_options.backendVersion.isEmpty()) {
+        // An older controller does not know the question; the module then does without whatever
+        // depends on the version.
+        QByteArray text;
+        const ExchangeStatus status = m_service.query("backend version", &text).status;
+        if (status == ExchangeStatus::Refused)
+            m_versions = unknownBackendVersion();
+        else if (status == ExchangeStatus::Done)
+            parseBackendVersion(text, &m_versions);
+    }
+    m_window->setBackendVersion(backendVersionText(m_versions));
+}
+
+void Host::onStateChanged()
+{
+    // The signal comes late, perhaps after a further change, so the state is what counts.
+    const ControllerConnection::State state = m_connection.state();
+    m_window->setConnectionState(state, m_connection.lastError());
+    const QDateTime now = QDateTime::currentDateTime();
+    if (state == ControllerConnection::ConnectedState && m_connection.connectCount() != m_greeted) {
+        m_lossReported = false;
+        m_window->addMessage(now, tr("Host"), tr("Connected to the controller."));
+        greetController();
+    } else if (state == ControllerConnection::DisconnectedState && !m_lossReported) {
+        m_lossReported = true;
+        m_window->addMessage(now, tr("Host"),
+                             tr("Error: No connection to the controller (%1). It is being tried "
+                                "again.")
+                                 .arg(m_connection.lastError()));
+    }
+}
+
+void Host::updateDataRate()
+{
+    const quint64 lines = m_dataReceiver.receivedLines();
+    const double seconds = static_cast<double>(m_rateClock.restart()) / 1000.0;
+    if (seconds > 0.0)
+        m_window->setDataRate(static_cast<double>(lines - m_linesBefore) / seconds);
+    m_linesBefore = lines;
+}
+
+void Host::end()
+{
+    m_rateTimer.stop();
+    m_demo.reset();
+    // The module may still talk to the controller while it ends.
+    m_plugin.end();
+    m_connection.disconnect(this);
+    m_dataReceiver.stop();
+    m_connection.close();
+    m_controller.reset();
+    m_window.reset();
+}

@@ -1,0 +1,52 @@
+#include "QuitSignals.h"
+
+#include <QCoreApplication>
+#include <QSocketNotifier>
+
+#include <csignal>
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+namespace {
+
+int wakeDescriptor = -1;
+
+void wake(int)
+{
+    // Nothing else is allowed here.
+    const quint64 one = 1;
+    [[maybe_unused]] const ssize_t written = ::write(wakeDescriptor, &one, sizeof one);
+}
+
+constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
+
+} // namespace
+
+QuitSignals::QuitSignals(QObject *parent)
+    : QObject(parent)
+{
+    wakeDescriptor = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (wakeDescriptor < 0)
+        return;
+    auto *notifier = new QSocketNotifier(wakeDescriptor, QSocketNotifier::Read, this);
+    connect(notifier, &QSocketNotifier::activated, this, &QuitSignals::onSignal);
+    for (const int number : kSignals)
+        std::signal(number, wake);
+}
+
+QuitSignals::~QuitSignals()
+{
+    for (const int number : kSignals)
+        std::signal(number, SIG_DFL);
+    if (wakeDescriptor >= 0)
+        ::close(wakeDescriptor);
+    wakeDescriptor = -1;
+}
+
+void QuitSignals::onSignal()
+{
+    quint64 count = 0;
+    [[maybe_unused]] const ssize_t size = ::read(wakeDescriptor, &count, sizeof count);
+    QCoreApplication::quit();
+}
