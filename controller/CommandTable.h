@@ -16,8 +16,8 @@ protected:
     ~DataSubscription() = default;
 };
 
-/// The text protocol: every request that the controller understands, with what answers it. Takes any
-/// bytes as a request.
+/// The text protocol: every request that the controller understands, with what answers it. Takes
+/// any bytes as a request.
 class CommandTable {
 public:
     static constexpr int kMaximumValueLength = 127;
@@ -33,8 +33,8 @@ public:
 
     struct Row {
         Verb verb;
-        /// Fixed words, then placeholders: TYPE, bNN, mNN, tNN, yes|no, COUNT, X, ANGLE, R, CHANNEL,
-        /// LINE, PORT, and TEXT for the rest of the line.
+        /// Fixed words, then placeholders: TYPE, bNN, mNN, tNN, yes|no, COUNT, CHANNEL, LINE, PORT,
+        /// TEXT for the rest of the line; any other word in capitals stands for a number.
         const char *pattern;
         int sinceMajor; ///< first backend version that knows the row
         int sinceMinor;
@@ -44,8 +44,8 @@ public:
 
     static const QVector<Row> &rows();
 
-    /// Carries out one request and gives the line that answers it, without its end: printable, never
-    /// longer than kMaximumReplyLength.
+    /// Carries out one request and gives the line that answers it, without its end: printable,
+    /// never longer than kMaximumReplyLength.
     /// @param subscription  of the client; may be null, then data cannot be asked for
     static QByteArray answer(const QByteArray &request, ControllerState *state,
                              DataSubscription *subscription);

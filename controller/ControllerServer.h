@@ -61,7 +61,7 @@ private:
     void processDue();
     /// Sees to it that processDue() runs in time.
     void scheduleNext();
-    bool isStreaming() const;
+    bool hasSubscribers() const;
     void sendFrame(qint64 timeUs);
 
     ControllerState m_state;
@@ -70,8 +70,8 @@ private:
     QTcpServer *m_listener;
     QTimer *m_timer;
     QList<ClientSession *> m_clients;
-    qint64 m_nextFrame = 0; // frames are numbered from the clock's zero
-    bool m_wasStreaming = false;
+    qint64 m_nextFrame = 0; // frames are counted from the clock's zero
+    bool m_hadSubscribers = false;
     quint64 m_answerCount = 0;
     quint64 m_frameCount = 0;
 };

@@ -18,7 +18,8 @@ enum class StateResult {
 };
 
 /// What the controller knows and does: bodies, settings, measurement, where the bodies are. Knows
-/// nothing of texts or connections. The same scenario and seed give the same poses at the same times.
+/// nothing of texts or connections. The same scenario and seed give the same poses at the same
+/// times.
 class ControllerState {
 public:
     static constexpr int kMaximumMarkers = 200;

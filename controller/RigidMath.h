@@ -48,4 +48,5 @@ Matrix3 orthonormalized(const Matrix3 &m);
 
 /// The pose of a body after its coordinates were redefined by p' = R p + t, when its pose before
 /// was @p pose: rotation Q R^T, translation q - Q R^T t.
-RigidTransform poseAfterRedefinition(const RigidTransform &pose, const RigidTransform &redefinition);
+RigidTransform poseAfterRedefinition(const RigidTransform &pose,
+                                     const RigidTransform &redefinition);

@@ -51,8 +51,9 @@ struct BodyType {
 
 /// Everything that a simulated controller starts with: its bodies, its settings, its faults.
 ///
-/// Read from JSON; docs and the built-in scenario (scenarios/default.json) show the form. Every text
-/// and number is checked so that the controller can print it within the lengths of its protocol.
+/// Read from JSON; docs and the built-in scenario (scenarios/default.json) show the form. Every
+/// text and number is checked so that the controller can print it within the lengths of its
+/// protocol.
 struct Scenario {
     struct NumberedFault {
         int reply = 0; ///< 1: the first reply of all

@@ -1,0 +1,3 @@
+#include "ControllerLog.h"
+
+Q_LOGGING_CATEGORY(controllerLog, "quorel2.controller", QtWarningMsg)

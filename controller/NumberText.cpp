@@ -1,0 +1,63 @@
+#include "NumberText.h"
+
+#include <cmath>
+
+namespace {
+
+/// @return the position behind the digits that begin at @p position
+int skipDigits(const QByteArray &text, int position)
+{
+    while (position < text.size() && text.at(position) >= '0' && text.at(position) <= '9')
+        ++position;
+    return position;
+}
+
+int skipSign(const QByteArray &text, int position)
+{
+    const bool isSign =
+        position < text.size() && (text.at(position) == '-' || text.at(position) == '+');
+    return isSign ? position + 1 : position;
+}
+
+bool isPlainNumber(const QByteArray &text)
+{
+    const int first = skipSign(text, 0);
+    int position = skipDigits(text, first);
+    int digits = position - first;
+    if (position < text.size() && text.at(position) == '.') {
+        const int end = skipDigits(text, position + 1);
+        digits += end - position - 1;
+        position = end;
+    }
+    if (digits == 0)
+        return false;
+    if (position < text.size() && (text.at(position) == 'e' || text.at(position) == 'E')) {
+        const int firstOfExponent = skipSign(text, position + 1);
+        position = skipDigits(text, firstOfExponent);
+        if (position == firstOfExponent)
+            return false;
+    }
+    return position == text.size();
+}
+
+} // namespace
+
+QByteArray numberText(double value, int decimals)
+{
+    QByteArray text = QByteArray::number(value, 'f', decimals);
+    if (text.startsWith('-') && text.count('0') + text.count('.') == text.size() - 1)
+        text.remove(0, 1);
+    return text;
+}
+
+bool parseNumber(const QByteArray &text, double *value)
+{
+    if (!isPlainNumber(text))
+        return false;
+    bool isNumber = false;
+    const double number = text.toDouble(&isNumber);
+    if (!isNumber || !std::isfinite(number))
+        return false;
+    *value = number;
+    return true;
+}
