@@ -8,6 +8,8 @@ namespace {
 
 constexpr double kRadiansPerDegree = 0.017453292519943295;
 
+/// The last resort of fromMatrix(): with finite elements the comparisons before it have always
+/// found a larger diagonal element to divide by.
 bsQuaternion fromHalfTurnDiagonal(double m00, double m11, double m22)
 {
     const auto is = [=](double a, double b, double c) { return m00 == a && m11 == b && m22 == c; };
@@ -17,7 +19,7 @@ bsQuaternion fromHalfTurnDiagonal(double m00, double m11, double m22)
         return bsQuaternion(0.0, 1.0, 0.0, 0.0);
     if (is(-1.0, -1.0, 1.0))
         return bsQuaternion(0.0, 0.0, 1.0, 0.0);
-    // The short literal is the format's own; it is not meant to be the square root of one half.
+    // Four digits on purpose, not the square root of one half.
     if (is(0.0, 0.0, -1.0))
         return bsQuaternion(0.7071, 0.7071, 0.0, 0.0);
     return bsQuaternion();
