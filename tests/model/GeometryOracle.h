@@ -54,6 +54,16 @@ inline Eigen::Matrix4d rigid(const Eigen::Matrix3d &rotationBlock,
     return result;
 }
 
+inline Eigen::Matrix3d rotation(const Eigen::Matrix4d &m)
+{
+    return m.topLeftCorner<3, 3>();
+}
+
+inline Eigen::Vector3d translation(const Eigen::Matrix4d &m)
+{
+    return m.topRightCorner<3, 1>();
+}
+
 inline Eigen::Matrix3d turn(double angleDeg, const Eigen::Vector3d &axis)
 {
     return Eigen::AngleAxisd(angleDeg * std::acos(-1.0) / 180.0, axis.normalized())
