@@ -288,7 +288,12 @@ void BodyAdjustmentDialog::connectWidgets()
     connect(m_form->body_name, QOverload<int>::of(&QComboBox::highlighted), m_form->body_name,
             QOverload<int>::of(&QComboBox::currentIndexChanged));
     connect(m_form->body_name, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
-            [this](int index) { update_current_body(index); });
+            [this](int index) {
+                // Opening the list highlights the body that is shown; only leaving it may
+                // ask for its changes and load another one.
+                if (index < 0 || index != m_inCanvas.listIndex || index != m_chosen.listIndex)
+                    update_current_body(index);
+            });
     connect(this, &BodyAdjustmentDialog::set_chosen_body_tracked, this,
             &BodyAdjustmentDialog::update_room_buttons);
     connect(m_canvas, &GLCanvas::canDeleteMarker, this, &BodyAdjustmentDialog::onCanDeleteMarker);

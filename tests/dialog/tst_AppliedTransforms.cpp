@@ -34,8 +34,8 @@ public:
     Eigen::Isometry3d next()
     {
         Eigen::Isometry3d transform = Eigen::Isometry3d::Identity();
-        transform.translate(Eigen::Vector3d(m_length(m_engine), m_length(m_engine),
-                                            m_length(m_engine)));
+        transform.translate(
+            Eigen::Vector3d(m_length(m_engine), m_length(m_engine), m_length(m_engine)));
         const Eigen::Vector3d axis(m_length(m_engine), m_length(m_engine), m_length(m_engine));
         transform.rotate(Eigen::AngleAxisd(m_length(m_engine) / 100.0, axis.normalized()));
         return transform;
@@ -111,8 +111,8 @@ private slots:
                 if (!applied.isChanged(body))
                     continue;
                 const Eigen::Matrix4d restored =
-                    toEigen(applied.correctionAfterDiscard(numbers[body], body))
-                    * toEigen(applied.discardTransform(numbers[body])) * state[body].matrix();
+                    toEigen(applied.correctionAfterDiscard(numbers[body], body)) *
+                    toEigen(applied.discardTransform(numbers[body])) * state[body].matrix();
                 QVERIFY(restored.isApprox(Eigen::Matrix4d::Identity(), 1e-8));
             }
         }

@@ -24,8 +24,8 @@ private slots:
             << QByteArray("OpenBodyAdjustmentDialog  standard|1") << true << " standard|1";
         QTest::newRow("Latin-1 letters") << QByteArray("OpenBodyAdjustmentDialog K\xf6rper|1")
                                          << true << QString::fromLatin1("K\xf6rper|1");
-        QTest::newRow("other case") << QByteArray("openBodyAdjustmentDialog standard|1") << false
-                                    << "";
+        QTest::newRow("other case")
+            << QByteArray("openBodyAdjustmentDialog standard|1") << false << "";
         QTest::newRow("preceded by a blank")
             << QByteArray(" OpenBodyAdjustmentDialog standard|1") << false << "";
         QTest::newRow("cut short") << QByteArray("OpenBodyAdjustmentDialo") << false << "";
