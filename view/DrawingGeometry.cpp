@@ -87,22 +87,21 @@ std::array<PrismFace, 6> linePrism(const bsVector &first, const bsVector &second
     const bsVector halfU = scaled(u, width / 2.0);
     const bsVector halfV = scaled(v, width / 2.0);
 
+    // Counter-clockwise as seen from the second point.
     const std::array<bsVector, 4> section = {halfU + halfV, halfV - halfU, -halfU - halfV,
                                              halfU - halfV};
-    const auto side = [&](const bsVector &normal, const bsVector &a, const bsVector &b) {
-        return PrismFace{normal, {first + a, first + b, second + b, second + a}};
+    const auto side = [&](const bsVector &normal, int from, int to) {
+        return PrismFace{normal,
+                         {first + section[from], first + section[to], second + section[to],
+                          second + section[from]}};
     };
-    const auto end = [&](const bsVector &normal, const bsVector &centre) {
-        return PrismFace{
-            normal,
-            {centre + section[0], centre + section[1], centre + section[2], centre + section[3]}};
-    };
-    return {side(u, section[3], section[0]),
-            side(v, section[0], section[1]),
-            side(-u, section[1], section[2]),
-            side(-v, section[2], section[3]),
-            end(-d, first),
-            end(d, second)};
+    return {
+        side(u, 3, 0),
+        side(v, 0, 1),
+        side(-u, 1, 2),
+        side(-v, 2, 3),
+        {-d, {first + section[3], first + section[2], first + section[1], first + section[0]}},
+        {d, {second + section[0], second + section[1], second + section[2], second + section[3]}}};
 }
 
 } // namespace DrawingGeometry

@@ -295,7 +295,7 @@ void GLCanvas::setOriginToMarker()
 
 void GLCanvas::setAxisToMarkers(abcAxis axisToSet, abcAxis axisToKeep)
 {
-    if (!m_body.isLoaded() || !areTwoMarkersSelected())
+    if (!m_body.isLoaded() || !areTwoMarkersSelected() || axisToSet == axisToKeep)
         return;
     const bsVector direction = selectedMarker(1)->position() - selectedMarker(0)->position();
     const bsVector keptAxis = m_body.baseMatrix().column(axisToKeep);
