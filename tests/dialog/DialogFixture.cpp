@@ -48,6 +48,8 @@ void DialogFixture::makeDialog()
 
 void DialogFixture::answerOpenBox()
 {
+    if (leaveBoxesOpen)
+        return;
     auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
     if (!box || !box->isVisible() || box->property("answered").toBool())
         return;

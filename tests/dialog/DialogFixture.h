@@ -57,6 +57,7 @@ public:
     /// button; what was seen is kept.
     QVector<QMessageBox::StandardButton> answers;
     QVector<SeenBox> boxes;
+    bool leaveBoxesOpen = false;
 
     void choose(int listPosition);
     /// Opens the drop-down list of the bodies.
