@@ -7,8 +7,9 @@ class Requester;
 
 /// The host's command service. The order of the operations is binary interface.
 ///
-/// All exchanges are synchronous and made on the GUI thread. A status of 0 is success. Buffers carry
-/// no length: the host writes at most 127 characters and NUL for a value, 207 and NUL for a reply.
+/// All exchanges are synchronous and made on the GUI thread. A status of 0 is success. Buffers
+/// carry no length: the host writes at most 127 characters and NUL for a value, 207 and NUL for a
+/// reply.
 class IOManager {
 public:
     virtual void reserved0() = 0;

@@ -7,7 +7,8 @@ class QObject;
 /// Runs the cases of @p testObject in a widget application with a fixed style.
 int runTest(int argc, char **argv, QObject *testObject);
 
-/// Seed of a randomised case, printed; the environment variable QUOREL2_SEED repeats an earlier run.
+/// Seed of a randomised case, printed; the environment variable QUOREL2_SEED repeats an earlier
+/// run.
 quint32 testSeed();
 
 #define QUOREL2_TEST_MAIN(TestClass)                                                               \
