@@ -15,6 +15,7 @@
 namespace {
 
 constexpr int emissionColumnWidth = 80;
+constexpr int rowMargin = 8;
 /// The records of the controller are rounded: what is smaller is no emission.
 constexpr double emissionThreshold = 0.001;
 
@@ -44,6 +45,7 @@ BodyTable::BodyTable(QWidget *parent)
     m_form->setupUi(this);
     setUpTable(m_form->tableWidget_data, dataHeaders());
     setUpTable(m_form->tableWidget_emissions, emissionHeaders());
+    m_form->tableWidget_data->viewport()->installEventFilter(this);
     fitEmissionColumns();
     showEmissions(false);
 }
@@ -121,10 +123,12 @@ void BodyTable::mousePressEvent(QMouseEvent *event)
         m_contextMenu->exec(event->globalPos());
 }
 
-void BodyTable::resizeEvent(QResizeEvent *event)
+bool BodyTable::eventFilter(QObject *watched, QEvent *event)
 {
-    QWidget::resizeEvent(event);
-    fitDataColumns();
+    // The viewport also changes when a scroll bar comes or goes.
+    if (event->type() == QEvent::Resize && watched == m_form->tableWidget_data->viewport())
+        fitDataColumns();
+    return QWidget::eventFilter(watched, event);
 }
 
 void BodyTable::setUpTable(QTableWidget *table, const QStringList &headers)
@@ -137,6 +141,8 @@ void BodyTable::setUpTable(QTableWidget *table, const QStringList &headers)
         table->setHorizontalHeaderItem(column, item);
     }
     table->verticalHeader()->hide();
+    // Low rows: the markers of a large body are seen at once.
+    table->verticalHeader()->setDefaultSectionSize(table->fontMetrics().height() + rowMargin);
     table->horizontalHeader()->setSectionsClickable(false);
     table->horizontalHeader()->setHighlightSections(false);
     table->horizontalHeader()->setStretchLastSection(true);

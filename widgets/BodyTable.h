@@ -53,7 +53,7 @@ public:
 
 protected:
     void mousePressEvent(QMouseEvent *event) override;
-    void resizeEvent(QResizeEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     void setUpTable(QTableWidget *table, const QStringList &headers);
