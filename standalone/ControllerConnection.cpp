@@ -22,6 +22,7 @@ ControllerConnection::ControllerConnection(QObject *parent)
     , m_lines(kLongestLine)
     , m_retryDelayMs(kFirstRetryDelayMs)
 {
+    qRegisterMetaType<ControllerConnection::State>();
     // The controller stands in the same network; a proxy for web pages has no business here.
     m_socket.setProxy(QNetworkProxy::NoProxy);
     m_retryTimer.setSingleShot(true);
@@ -31,7 +32,7 @@ ControllerConnection::ControllerConnection(QObject *parent)
     connect(&m_socket, &QTcpSocket::disconnected, this, &ControllerConnection::onDisconnected);
     connect(&m_socket, &QTcpSocket::errorOccurred, this, &ControllerConnection::onError);
     connect(&m_socket, &QTcpSocket::readyRead, this, &ControllerConnection::onReadyRead);
-    connect(&m_retryTimer, &QTimer::timeout, this, &ControllerConnection::beginConnecting);
+    connect(&m_retryTimer, &QTimer::timeout, this, [this] { beginConnecting(m_host); });
     connect(&m_attemptLimit, &QTimer::timeout, this,
             [this] { connectionFailed(tr("The controller does not answer")); });
 }
@@ -51,9 +52,10 @@ void ControllerConnection::open(const QString &host, quint16 port)
     close();
     m_host = host;
     m_port = port;
+    m_knownAddress.clear();
     m_wanted = true;
     m_retryDelayMs = kFirstRetryDelayMs;
-    beginConnecting();
+    beginConnecting(host);
 }
 
 void ControllerConnection::close()
@@ -73,13 +75,13 @@ bool ControllerConnection::waitForConnected(int limitMs)
     return connectWithin(QDeadlineTimer(limitMs));
 }
 
-void ControllerConnection::beginConnecting()
+void ControllerConnection::beginConnecting(const QString &host)
 {
     m_retryTimer.stop();
     m_lines.clear();
     setState(ConnectingState);
     m_attemptLimit.start();
-    m_socket.connectToHost(m_host, m_port);
+    m_socket.connectToHost(host, m_port);
 }
 
 void ControllerConnection::onConnected()
@@ -89,6 +91,7 @@ void ControllerConnection::onConnected()
     m_reconnectForExchange = false;
     m_lastError.clear();
     m_lines.clear();
+    m_knownAddress = m_socket.peerAddress().toString();
     // A request must leave at once: without this it would wait for the acknowledgement of the
     // one before.
     m_socket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
@@ -148,8 +151,11 @@ bool ControllerConnection::connectWithin(const QDeadlineTimer &deadline)
     if (m_state == DisconnectedState) {
         if (!m_wanted)
             return false;
-        beginConnecting();
+        beginConnecting(m_knownAddress.isEmpty() ? m_host : m_knownAddress);
     }
+    // Nobody can say how long it takes to find a name; the socket would wait for it without limit.
+    if (m_socket.state() == QAbstractSocket::HostLookupState)
+        return false;
     if (m_state == ConnectingState)
         m_socket.waitForConnected(static_cast<int>(deadline.remainingTime()));
     // The socket has dropped an attempt whose limit passed.
@@ -193,6 +199,7 @@ Exchange ControllerConnection::exchange(const QByteArray &line)
             qCDebug(lcStandalone) << "<" << result.reply;
             m_retryDelayMs = kFirstRetryDelayMs;
         }
+        reportUnaskedLines();
         if (result.status == ExchangeStatus::TimedOut)
             resynchronise(tr("The controller did not reply in time"));
     }
@@ -231,7 +238,7 @@ void ControllerConnection::receive()
 {
     char bytes[4096];
     qint64 size;
-    while ((size = m_socket.read(bytes, sizeof bytes)) > 0)
+    while (m_socket.isOpen() && (size = m_socket.read(bytes, sizeof bytes)) > 0)
         m_lines.feed(bytes, static_cast<int>(size));
 }
 
@@ -250,6 +257,11 @@ void ControllerConnection::dropUnaskedLines()
     if (m_busy)
         m_socket.waitForReadyRead(0);
     receive();
+    reportUnaskedLines();
+}
+
+void ControllerConnection::reportUnaskedLines()
+{
     LineBuffer::Line line;
     while (m_lines.takeLine(&line)) {
         qCInfo(lcStandalone) << "unasked:" << line.text;

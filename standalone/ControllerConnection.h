@@ -36,7 +36,8 @@ public:
 
     /// Begins to connect, and keeps the connection up until close().
     void open(const QString &host, quint16 port);
-    /// Waits without an event loop until the connection stands.
+    /// Waits without an event loop until the connection stands. A host name whose address is still
+    /// being looked up is not waited for.
     /// @return false if it could not be made within the limit; it goes on being tried
     bool waitForConnected(int limitMs);
     void close();
@@ -66,7 +67,7 @@ signals:
     void unaskedLine(const QByteArray &line);
 
 private:
-    void beginConnecting();
+    void beginConnecting(const QString &host);
     void onConnected();
     void onDisconnected();
     void onError(QAbstractSocket::SocketError error);
@@ -76,6 +77,7 @@ private:
     ExchangeStatus waitForReply(const QDeadlineTimer &deadline, QByteArray *reply);
     void receive();
     void dropUnaskedLines();
+    void reportUnaskedLines();
     void setState(State state);
 
     QTcpSocket m_socket;
@@ -84,6 +86,7 @@ private:
     LineBuffer m_lines;
     QString m_host;
     quint16 m_port = 0;
+    QString m_knownAddress; ///< to which the host's name led last
     QString m_lastError;
     State m_state = DisconnectedState;
     int m_timeoutMs = kDefaultTimeoutMs;

@@ -377,10 +377,11 @@ bool Demo::readDefinition(QVector<ExpectedDefinition::Marker> *markers)
 {
     const QByteArray body =
         m_bodyType.toLatin1() + " b" + QByteArray::number(m_bodyNumber).rightJustified(2, '0');
-    const auto read = [this](const QByteArray &parameter, double *numbers, int count) {
+    ExchangeStatus status = ExchangeStatus::Done;
+    const auto read = [&](const QByteArray &parameter, double *numbers, int count) {
         QByteArray value;
-        const Exchange exchange = m_service->query(parameter, &value);
-        if (exchange.status == ExchangeStatus::Done && parseDoubles(value, numbers, count))
+        status = m_service->query(parameter, &value).status;
+        if (status == ExchangeStatus::Done && parseDoubles(value, numbers, count))
             return true;
         m_problem = tr("The controller does not tell \"%1\".").arg(QString::fromLatin1(parameter));
         return false;
@@ -392,8 +393,11 @@ bool Demo::readDefinition(QVector<ExpectedDefinition::Marker> *markers)
     for (int i = 1; i <= qRound(count); ++i) {
         const QByteArray marker = body + " m" + QByteArray::number(i).rightJustified(2, '0');
         ExpectedDefinition::Marker definition;
-        if (!read("body marker " + marker, definition.position.data(), 3) ||
-            !read("body marker_emission " + marker, definition.emission.data(), 4))
+        if (!read("body marker " + marker, definition.position.data(), 3))
+            return false;
+        // An older controller knows of no emissions.
+        if (!read("body marker_emission " + marker, definition.emission.data(), 4) &&
+            status != ExchangeStatus::Refused)
             return false;
         markers->append(definition);
     }

@@ -9,6 +9,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QEventLoop>
 
 #include <cstdio>
 
@@ -43,13 +44,14 @@ bool Host::start(QString *error)
         return false;
     m_window = std::make_unique<MainWindow>();
     connectParts();
-    if (m_connection.waitForConnected(m_options.timeoutMs)) {
+    if (waitForController()) {
         greetController();
     } else if (!m_options.demoFolder.isEmpty()) {
         *error = tr("The controller at %1:%2 cannot be reached: %3.")
                      .arg(m_connection.host())
                      .arg(m_connection.port())
-                     .arg(m_connection.lastError());
+                     .arg(m_connection.lastError().isEmpty() ? tr("it does not answer")
+                                                             : m_connection.lastError());
         return false;
     }
     // Only from here on, since the first greeting is made above. Queued, because the state may
@@ -147,6 +149,18 @@ bool Host::startController(QString *error)
     }
     m_connection.open(host, port);
     return true;
+}
+
+bool Host::waitForController()
+{
+    // With an event loop, for which a host name may need to be looked up; nothing else is there yet
+    // that could happen in it.
+    QEventLoop loop;
+    QTimer::singleShot(m_options.timeoutMs, &loop, &QEventLoop::quit);
+    connect(&m_connection, &ControllerConnection::stateChanged, &loop, &QEventLoop::quit);
+    if (m_connection.state() == ControllerConnection::ConnectingState)
+        loop.exec();
+    return m_connection.state() == ControllerConnection::ConnectedState;
 }
 
 void Host::connectParts()

@@ -43,6 +43,7 @@ private:
     bool startController(QString *error);
     bool loadModule(QString *error);
     bool openFolder(QString *error);
+    bool waitForController();
     void connectParts();
     /// Asks for the data lines and for the controller's version, after each connect.
     void greetController();

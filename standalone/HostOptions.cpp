@@ -117,8 +117,8 @@ bool HostOptions::parse(const QStringList &arguments, HostOptions *options, QStr
     }
     if (parser.isSet(backend)) {
         result.backendVersion = parser.value(backend);
-        BackendVersions version = unknownBackendVersion();
-        if (!parseBackendVersion(result.backendVersion.toLatin1(), &version)) {
+        BackendVersions versions = unknownBackendVersion();
+        if (!parseBackendVersion(result.backendVersion.toLatin1(), &versions)) {
             *error = Texts::tr("The backend version \"%1\" is not of the form 1.17 or 1.17.3.")
                          .arg(result.backendVersion);
             return false;

@@ -21,6 +21,11 @@ class SeverityDelegate : public QStyledItemDelegate {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
 
+    QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override
+    {
+        return QStyledItemDelegate::sizeHint(option, index) + QSize(0, 4);
+    }
+
 protected:
     void initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const override
     {
@@ -149,7 +154,9 @@ void LogView::paintEvent(QPaintEvent *event)
     const QRect hintBounds =
         painter.boundingRect(area, Qt::AlignHCenter | Qt::TextWordWrap, m_emptyHint);
     const int top = area.top() + qMax(0, area.height() - titleHeight - 6 - hintBounds.height()) / 2;
-    painter.setPen(palette().color(QPalette::Disabled, QPalette::WindowText));
+    QColor colour = palette().color(QPalette::Text);
+    colour.setAlphaF(0.62);
+    painter.setPen(colour);
     painter.setFont(titleFont);
     painter.drawText(QRect(area.left(), top, area.width(), titleHeight), Qt::AlignHCenter,
                      m_emptyTitle);

@@ -84,8 +84,11 @@ QLabel *makeTitle(const QString &text)
 QLabel *makeNote()
 {
     auto *label = new QLabel;
-    label->setForegroundRole(QPalette::WindowText);
-    label->setEnabled(false); // drawn in the palette's muted colour
+    QPalette palette = label->palette();
+    QColor muted = palette.color(QPalette::WindowText);
+    muted.setAlphaF(0.62);
+    palette.setColor(QPalette::WindowText, muted);
+    label->setPalette(palette);
     return label;
 }
 
