@@ -118,7 +118,8 @@ int runControllerProcess(int argc, char **argv)
     parser.setApplicationDescription(QStringLiteral(
         "Simulated tracking controller: answers the controller's text protocol over TCP and sends "
         "tracking data lines over UDP."));
-    parser.addHelpOption();
+    parser.addOption({{QStringLiteral("h"), QStringLiteral("help")},
+                      QStringLiteral("Print this help and exit.")});
     parser.addVersionOption();
     parser.addOption({QStringLiteral("listen"),
                       QStringLiteral("Listen there; port 0 is any free one. [127.0.0.1:%1]")

@@ -1,6 +1,8 @@
 #include "NumberText.h"
 
+#include <charconv>
 #include <cmath>
+#include <iterator>
 
 namespace {
 
@@ -44,7 +46,10 @@ bool isPlainNumber(const QByteArray &text)
 
 QByteArray numberText(double value, int decimals)
 {
-    QByteArray text = QByteArray::number(value, 'f', decimals);
+    char digits[400]; // room for the largest number
+    const std::to_chars_result end = std::to_chars(std::begin(digits), std::end(digits), value,
+                                                   std::chars_format::fixed, decimals);
+    QByteArray text(digits, static_cast<int>(end.ptr - digits));
     if (text.startsWith('-') && text.count('0') + text.count('.') == text.size() - 1)
         text.remove(0, 1);
     return text;
