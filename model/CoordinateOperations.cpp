@@ -122,8 +122,6 @@ bsMatrix threePointFrame(const bsVector &origin, const bsVector &far, const bsVe
 
 std::optional<MarkerTriple> findTriple(const QVector<bsVector> &positions)
 {
-    if (positions.size() < 3)
-        return std::nullopt;
     const std::optional<MarkerPair> longest = longestPair(positions);
     if (!longest)
         return std::nullopt;

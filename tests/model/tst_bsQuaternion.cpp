@@ -31,6 +31,8 @@ private slots:
     void fromMatrixOfExactMatrices();
     void fromMatrixReadsOnlyTheRotation();
     void fromMatrixIsNotNormalized();
+    void fromMatrixTiesGoToTheLaterStep();
+    void fromMatrixTakesTheFirstStepForAnyPositiveTrace();
     void fromMatrixTakesEveryBranch();
     void fromMatrixAgreesWithEigen();
 };
@@ -287,6 +289,33 @@ void tst_bsQuaternion::fromMatrixIsNotNormalized()
     const bsQuaternion fourth =
         bsQuaternion::fromMatrix(rows(-3.0, 1.0, 2.0, 3.0, -3.0, 5.0, 4.0, 7.0, 3.0));
     QVERIFY(distance(fourth, 6.0 * s, 12.0 * s, std::sqrt(10.0) / 2.0, 2.0 * s) < 1e-15);
+}
+
+void tst_bsQuaternion::fromMatrixTiesGoToTheLaterStep()
+{
+    // Rotations give the same quaternion by each step; only another matrix tells them apart.
+    const double s = 0.5 / std::sqrt(2.0);
+    // m00 = m11 > m22: the third step.
+    const bsQuaternion third =
+        bsQuaternion::fromMatrix(rows(0.0, 1.0, 0.3, 1.0, 0.0, 0.1, 0.2, 0.5, -1.0));
+    QVERIFY(distance(third, 2.0 * s, 0.25 / s, 0.6 * s, 0.1 * s) < 1e-15);
+    // m00 = m22 > m11: the fourth step.
+    const bsQuaternion fourth =
+        bsQuaternion::fromMatrix(rows(0.0, 0.1, 1.0, 0.4, -1.0, 0.2, 1.0, 0.7, 0.0));
+    QVERIFY(distance(fourth, 2.0 * s, 0.9 * s, 0.25 / s, 0.3 * s) < 1e-15);
+    // m11 = m22 > m00: the fourth step.
+    const bsQuaternion fourthAgain =
+        bsQuaternion::fromMatrix(rows(-1.0, 0.1, 0.6, 0.4, 0.0, 1.0, 0.2, 1.0, 0.0));
+    QVERIFY(distance(fourthAgain, 0.8 * s, 2.0 * s, 0.25 / s, 0.3 * s) < 1e-15);
+}
+
+void tst_bsQuaternion::fromMatrixTakesTheFirstStepForAnyPositiveTrace()
+{
+    const double tiny = std::ldexp(1.0, -40);
+    // t = 2^-40, s = 2^19
+    const bsQuaternion first = bsQuaternion::fromMatrix(
+        rows(-0.5, 0.0, 0.0, 2.0 * std::ldexp(1.0, -20), -0.5, 0.0, 0.0, 0.0, tiny));
+    compareExactly(first, 0.0, 0.0, 1.0, std::ldexp(1.0, -21));
 }
 
 void tst_bsQuaternion::fromMatrixTakesEveryBranch()
