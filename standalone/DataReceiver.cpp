@@ -165,6 +165,8 @@ void DataReceiver::addRequester(const char *lineType, Requester *requester)
 
 void DataReceiver::removeRequester(const char *lineType, Requester *requester)
 {
+    if (!requester)
+        return;
     std::unique_lock<std::mutex> lock(m_mutex);
     m_subscriptions.erase(std::remove_if(m_subscriptions.begin(), m_subscriptions.end(),
                                          [&](const Subscription &subscription) {
