@@ -447,9 +447,12 @@ void BodyAdjustmentDialog::buildBodyList()
             m_form->body_name->addItem(QIcon(), item.displayText, item.entry.toText());
         m_form->body_name->setCurrentIndex(-1);
     }
-    setErrorText(list.multiUserWarning
-                     ? tr("<b><font color=red>Multi user should be disabled!</font></b>")
-                     : QString());
+    QString text;
+    if (list.multiUserWarning)
+        text = tr("<b><font color=red>Multi user should be disabled!</font></b>");
+    else if (!m_canvas->isValid())
+        text = tr("This display has no OpenGL: bodies are shown in the data view only.");
+    setErrorText(text);
     update_current_body(-1);
 }
 
