@@ -1,68 +1,41 @@
 #include "ControllerThread.h"
 
-#include "ControllerServer.h"
+#include "ControllerRunner.h"
 
 ControllerThread::ControllerThread(const Scenario &scenario, quint32 seed, QObject *parent)
     : QObject(parent)
     , m_scenario(scenario)
     , m_seed(seed)
 {
-    m_thread.setObjectName(QStringLiteral("simulated controller"));
 }
 
-ControllerThread::~ControllerThread()
-{
-    stop();
-}
+ControllerThread::~ControllerThread() = default;
 
 bool ControllerThread::start(const QHostAddress &address, quint16 port)
 {
     stop();
-    m_thread.start();
-    auto *inThread = new QObject; // takes the call into the thread before a server is there
-    inThread->moveToThread(&m_thread);
-    QMetaObject::invokeMethod(
-        inThread,
-        [&] {
-            auto *server = new ControllerServer(m_scenario, m_seed);
-            if (server->listen(address, port)) {
-                m_server = server;
-                m_address = server->address();
-                m_port = server->port();
-                m_error.clear();
-            } else {
-                m_error = server->errorString();
-                delete server;
-            }
-            inThread->deleteLater();
-        },
-        Qt::BlockingQueuedConnection);
-    if (!m_server)
-        stop();
-    return m_server != nullptr;
+    auto runner = std::make_unique<ControllerRunner>(m_scenario, m_seed, address, port);
+    const ControllerRunner::Outcome outcome = runner->startAndWait();
+    m_error = outcome.error;
+    if (!outcome.listening)
+        return false;
+    m_address = outcome.address;
+    m_port = outcome.port;
+    m_runner = std::move(runner);
+    return true;
 }
 
 void ControllerThread::stop()
 {
-    if (m_server) {
-        // By way of a call, so that the sockets end where they live.
-        QMetaObject::invokeMethod(
-            m_server, [this] { m_server->deleteLater(); }, Qt::BlockingQueuedConnection);
-        m_server = nullptr;
-        m_port = 0;
-        m_address.clear();
-    }
-    if (m_thread.isRunning()) {
-        m_thread.quit();
-        m_thread.wait();
-    }
+    m_runner.reset();
+    m_address.clear();
+    m_port = 0;
 }
 
 bool ControllerThread::call(const std::function<void(ControllerServer &)> &function)
 {
-    if (!m_server)
+    if (!m_runner)
         return false;
-    QMetaObject::invokeMethod(
-        m_server, [&] { function(*m_server); }, Qt::BlockingQueuedConnection);
+    m_runner->call(function);
     return true;
 }

@@ -5,10 +5,11 @@
 #include <QHostAddress>
 #include <QObject>
 #include <QString>
-#include <QThread>
 
 #include <functional>
+#include <memory>
 
+class ControllerRunner;
 class ControllerServer;
 
 /// Runs a ControllerServer with a real clock in a thread of its own, for a program whose own thread
@@ -29,7 +30,7 @@ public:
     /// begins with its scenario.
     void stop();
 
-    bool isRunning() const { return m_server != nullptr; }
+    bool isRunning() const { return m_runner != nullptr; }
     QHostAddress address() const { return m_address; }
     quint16 port() const { return m_port; } ///< 0 while not running
     QString errorString() const { return m_error; }
@@ -41,8 +42,7 @@ public:
 private:
     Scenario m_scenario;
     quint32 m_seed;
-    QThread m_thread;
-    ControllerServer *m_server = nullptr; // lives in m_thread
+    std::unique_ptr<ControllerRunner> m_runner;
     QHostAddress m_address;
     quint16 m_port = 0;
     QString m_error;
