@@ -61,6 +61,8 @@ private slots:
     void readsIdsAsInC();
     void rejectsMalformedLines_data();
     void rejectsMalformedLines();
+    void neverReadsBehindTheEndOfTheLine();
+    void theCountStandsBehindOneCharacterAfterTheType();
     void rejectsEveryCutOfALine_data();
     void rejectsEveryCutOfALine();
     void aCommaIsNeverADecimalPoint_data() { addLocaleRows(); }
@@ -285,6 +287,30 @@ void tst_DataLines::rejectsMalformedLines()
         QVERIFY(!parsed.wellFormed);
         QVERIFY(parsed.unchanged);
     }
+}
+
+void tst_DataLines::neverReadsBehindTheEndOfTheLine()
+{
+    // What lies behind the NUL would make each of these a good line of no blocks.
+    QVector<DataBlock> blocks;
+    char sixD[] = "6d\0 0";
+    QVERIFY(!parseDataLine(DataLineType::SixD, sixD, &blocks));
+    char sixDf[] = "6df\0 0";
+    QVERIFY(!parseDataLine(DataLineType::SixDf, sixDf, &blocks));
+    char sixDf2[] = "6df2\0 0 0";
+    QVERIFY(!parseDataLine(DataLineType::SixDf2, sixDf2, &blocks));
+    char empty[] = "\0\0\0 0 0 0";
+    QVERIFY(!parseDataLine(DataLineType::SixD, empty, &blocks));
+}
+
+void tst_DataLines::theCountStandsBehindOneCharacterAfterTheType()
+{
+    QVERIFY(ParsedLine(DataLineType::SixD, "6dx0").wellFormed);
+    QVERIFY(ParsedLine(DataLineType::SixDf, "6dfx0").wellFormed);
+    QVERIFY(ParsedLine(DataLineType::SixDf2, "6df2x0 0").wellFormed);
+    QVERIFY(!ParsedLine(DataLineType::SixD, "6d x0").wellFormed);
+    QVERIFY(!ParsedLine(DataLineType::SixDf, "6df x0").wellFormed);
+    QVERIFY(!ParsedLine(DataLineType::SixDf2, "6df2 x0 0").wellFormed);
 }
 
 void tst_DataLines::rejectsEveryCutOfALine_data()

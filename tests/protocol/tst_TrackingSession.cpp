@@ -458,6 +458,14 @@ void tst_TrackingSession::theVimbarLineIsChosenAnewAtEachShowing()
     QCOMPARE(s.host.requesters.keys(), QStringList({"6d", "6df2"}));
     s.session.unsubscribe(&s.listener);
     QVERIFY(s.host.requesters.isEmpty());
+
+    // A backend that cannot be asked any more does not leave the form of last time in force.
+    s.host.parameters[QStringLiteral("vimbar output_6df")] = QStringLiteral("yes");
+    s.session.subscribe(&s.listener);
+    s.session.unsubscribe(&s.listener);
+    s.host.setVersion(0, 5);
+    s.session.subscribe(&s.listener);
+    QCOMPARE(s.host.requesters.keys(), QStringList({"6d", "6df2"}));
 }
 
 void tst_TrackingSession::aFailedActivationIsNotReported()

@@ -393,7 +393,8 @@ FakeHost::Answer FakeHost::exchange(Operation operation, const char *format, va_
 std::optional<FakeHost::Answer> FakeHost::plannedAnswer(const Exchange &exchange) const
 {
     if (hook) {
-        if (const std::optional<Answer> answer = hook(exchange))
+        std::optional<Answer> answer = hook(exchange);
+        if (answer)
             return answer;
     }
     if (m_answersByNumber.contains(exchange.number))
@@ -445,7 +446,7 @@ int FakeHost::write(const QString &nameAndValue)
 
 QByteArray FakeHost::execute(const QString &line)
 {
-    const QByteArray done = "quorel2 ok";
+    QByteArray done = "quorel2 ok";
     const QString get = QStringLiteral("quorel2 get ");
     const QString set = QStringLiteral("quorel2 set ");
     if (line.startsWith(get)) {
