@@ -72,6 +72,8 @@ bool GLCanvas::setBody(const QVector<bsVector> &positions, const QVector<Emissio
         return false;
     }
     m_selection.clear();
+    // Also what the wheels did while nothing was loaded.
+    m_body.clear();
     // A rejected body is reported in a modal box, inside which the canvas may come to its end.
     const QPointer<GLCanvas> self(this);
     const bool loaded = m_body.loadMarkers(positions);
@@ -626,12 +628,12 @@ const abcObject *GLCanvas::pick(const QPoint &point)
     std::array<GLuint, 512> buffer{};
     glSelectBuffer(static_cast<GLsizei>(buffer.size()), buffer.data());
     glRenderMode(GL_SELECT);
-    if (!beginPick(point)) {
-        glRenderMode(GL_RENDER);
-        return nullptr;
-    }
-    drawWithNames();
+    const bool isPickable = beginPick(point);
+    if (isPickable)
+        drawWithNames();
     const int hitCount = endPick();
+    if (!isPickable)
+        return nullptr;
 
     const auto hit =
         Picking::readNearestHit(buffer.data(), static_cast<int>(buffer.size()), hitCount);
@@ -640,22 +642,19 @@ const abcObject *GLCanvas::pick(const QPoint &point)
 
 bool GLCanvas::beginPick(const QPoint &point) const
 {
+    glMatrixMode(GL_PROJECTION);
+    glPushMatrix();
+    glLoadIdentity();
     std::array<GLint, 4> viewport{};
     glGetIntegerv(GL_VIEWPORT, viewport.data());
-    if (viewport[2] <= 0 || viewport[3] <= 0)
-        return false;
+    const int height = std::max(viewport[3], 1);
 
     // Events come in widget pixels, the viewport is in device pixels; the ratio changes when the
     // window moves to another screen.
     const double ratio = devicePixelRatioF();
     const double region = kPickRegionPixels * ratio;
-    const float aspect = static_cast<float>(viewport[2]) / static_cast<float>(viewport[3]);
-
-    glMatrixMode(GL_PROJECTION);
-    glPushMatrix();
-    glLoadIdentity();
-    gluPickMatrix(point.x() * ratio, viewport[3] - point.y() * ratio, region, region,
-                  viewport.data());
+    const float aspect = static_cast<float>(viewport[2]) / static_cast<float>(height);
+    gluPickMatrix(point.x() * ratio, height - point.y() * ratio, region, region, viewport.data());
     gluPerspective(m_fieldOfViewDeg, static_cast<double>(aspect), m_nearPlane, m_farPlane);
 
     glMatrixMode(GL_MODELVIEW);
@@ -664,7 +663,7 @@ bool GLCanvas::beginPick(const QPoint &point) const
     multiplyViewTransform();
     multiplyRoomMatrix();
     translateCogToPivot();
-    return true;
+    return viewport[2] > 0 && viewport[3] > 0;
 }
 
 void GLCanvas::drawWithNames() const

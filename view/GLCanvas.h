@@ -158,7 +158,7 @@ private:
     void translateCogToPivot() const;
     void drawSelection() const;
 
-    /// @return false if nothing can be picked; the matrices are then as they were
+    /// @return false if there is no picture in which to pick; endPick() follows all the same
     bool beginPick(const QPoint &point) const;
     void drawWithNames() const;
     /// @return the number of hit records, negative after an overflow

@@ -115,7 +115,7 @@ private slots:
     void deletedMenuIsForgotten();
     void menuEndsADrag();
     void canvasMayBeDeletedInsideItsMenu();
-    void canvasTakesFocusOnClick();
+    void focusPolicyIsStrong();
 };
 
 void tst_GLCanvasNavigation::plainClickDoesNotMoveTheView()
@@ -643,7 +643,7 @@ void tst_GLCanvasNavigation::canvasMayBeDeletedInsideItsMenu()
     }
 }
 
-void tst_GLCanvasNavigation::canvasTakesFocusOnClick()
+void tst_GLCanvasNavigation::focusPolicyIsStrong()
 {
     NavigatedCanvas canvas;
     QCOMPARE(canvas.focusPolicy(), Qt::StrongFocus);

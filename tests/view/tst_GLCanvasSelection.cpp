@@ -109,6 +109,7 @@ private slots:
     void loadingEmptiesTheSelection();
     void clearingEmptiesTheSelection();
     void rejectedBodyEmptiesTheCanvas();
+    void canvasMayBeDeletedInsideTheBoxOfARejectedBody();
     void emptyBodyEmptiesTheCanvas();
     void clickWithModifierSelectsNothing_data();
     void clickWithModifierSelectsNothing();
@@ -438,6 +439,23 @@ void tst_GLCanvasSelection::rejectedBodyEmptiesTheCanvas()
              QStringList({QStringLiteral("bodyModified(false)"), QStringLiteral("canUndo(false)"),
                           QStringLiteral("canRedo(false)")}) +
                  availability(false, false, false, false));
+}
+
+void tst_GLCanvasSelection::canvasMayBeDeletedInsideTheBoxOfARejectedBody()
+{
+    QTimer answer;
+    answer.setInterval(10);
+    connect(&answer, &QTimer::timeout, this, [&] {
+        auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+        if (!box)
+            return;
+        answer.stop();
+        m_canvas.reset();
+        box->accept();
+    });
+    answer.start();
+    QVERIFY(!m_canvas->setBody({{1.0, 2.0, 3.0}}, {}));
+    QVERIFY(m_canvas.isNull());
 }
 
 void tst_GLCanvasSelection::emptyBodyEmptiesTheCanvas()

@@ -1,0 +1,99 @@
+// Draws one scene of the 3D view in a window and ends: the program whose OpenGL calls are traced.
+// The scenes are named here and in tst_GLCallOrder.
+
+#include <view/GLCanvas.h>
+
+#include <model/abcMarker.h>
+
+#include <QApplication>
+#include <QTimer>
+
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+bsMatrix quarterTurnAboutZ()
+{
+    bsMatrix matrix;
+    matrix.setColumn(0, bsVector(0.0, 1.0, 0.0), 0.0);
+    matrix.setColumn(1, bsVector(-1.0, 0.0, 0.0), 0.0);
+    matrix.setColumn(2, bsVector(0.0, 0.0, 1.0), 0.0);
+    matrix.setColumn(3, bsVector(0.0, 0.0, 0.0), 1.0);
+    return matrix;
+}
+
+void loadBody(GLCanvas &canvas)
+{
+    canvas.setBody({{-40.0, 0.0, 0.0}, {60.0, 0.0, 0.0}},
+                   {{1.0, 0.0, 0.0, 60.0}, {0.0, -1.0, 0.0, 120.0}});
+    canvas.select(canvas.body().markers()[0]);
+    canvas.select(canvas.body().markers()[1]);
+}
+
+void showEverything(GLCanvas &canvas)
+{
+    loadBody(canvas);
+    canvas.introduceLine();
+    canvas.showColoredMarkers(true);
+    canvas.showCOG(true);
+    canvas.showLongAxes(true);
+    canvas.showXYGrid(true);
+    canvas.showYZGrid(true);
+    canvas.showXZGrid(true);
+    canvas.setRoomAxesVisible(true);
+    canvas.setOnline(true);
+    canvas.setTrackedPose(quarterTurnAboutZ(), bsVector(1.0, 2.0, 3.0), true);
+    canvas.translateBody(1.0, 2.0, 3.0);
+    emit canvas.storeBodyRequest();
+    canvas.translateBody(4.0, 5.0, 6.0);
+}
+
+bool setScene(GLCanvas &canvas, const char *name)
+{
+    const auto is = [name](const char *scene) { return std::strcmp(name, scene) == 0; };
+    if (is("empty"))
+        return true;
+    if (is("suspended")) {
+        loadBody(canvas);
+        canvas.setSuspended(true);
+        return true;
+    }
+    if (is("everything")) {
+        showEverything(canvas);
+        return true;
+    }
+    if (is("small")) {
+        showEverything(canvas);
+        canvas.showSmallMarkers(true);
+        return true;
+    }
+    if (is("pick")) {
+        showEverything(canvas);
+        return true;
+    }
+    return false;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QApplication application(argc, argv);
+    GLCanvas canvas;
+    canvas.setSuspended(false);
+    canvas.resize(640, 480);
+    if (argc != 2 || !setScene(canvas, argv[1])) {
+        std::fprintf(stderr, "usage: traced_scene SCENE\n");
+        return 2;
+    }
+    canvas.show();
+    QTimer::singleShot(0, &canvas, [&] {
+        // One frame of its own after whatever the window system asked for.
+        canvas.updateGL();
+        if (std::strcmp(argv[1], "pick") == 0)
+            canvas.pick(QPoint(100, 150));
+        QApplication::quit();
+    });
+    return QApplication::exec();
+}
