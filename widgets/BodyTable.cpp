@@ -15,6 +15,7 @@
 namespace {
 
 constexpr int emissionColumnWidth = 80;
+constexpr int markerColumnWidth = 60;
 constexpr int rowMargin = 8;
 /// The records of the controller are rounded: what is smaller is no emission.
 constexpr double emissionThreshold = 0.001;
@@ -45,7 +46,10 @@ BodyTable::BodyTable(QWidget *parent)
     m_form->setupUi(this);
     setUpTable(m_form->tableWidget_data, dataHeaders());
     setUpTable(m_form->tableWidget_emissions, emissionHeaders());
-    m_form->tableWidget_data->viewport()->installEventFilter(this);
+    // With the last column, which stretches anyway, the three values share the width.
+    for (const int column : {1, 2})
+        m_form->tableWidget_data->horizontalHeader()->setSectionResizeMode(column,
+                                                                           QHeaderView::Stretch);
     fitEmissionColumns();
     showEmissions(false);
 }
@@ -123,14 +127,6 @@ void BodyTable::mousePressEvent(QMouseEvent *event)
         m_contextMenu->exec(event->globalPos());
 }
 
-bool BodyTable::eventFilter(QObject *watched, QEvent *event)
-{
-    // The viewport also changes when a scroll bar comes or goes.
-    if (event->type() == QEvent::Resize && watched == m_form->tableWidget_data->viewport())
-        fitDataColumns();
-    return QWidget::eventFilter(watched, event);
-}
-
 void BodyTable::setUpTable(QTableWidget *table, const QStringList &headers)
 {
     table->setColumnCount(headers.size());
@@ -146,6 +142,9 @@ void BodyTable::setUpTable(QTableWidget *table, const QStringList &headers)
     table->horizontalHeader()->setSectionsClickable(false);
     table->horizontalHeader()->setHighlightSections(false);
     table->horizontalHeader()->setStretchLastSection(true);
+    // The numbers of the markers are short; the room is for the values.
+    table->setColumnWidth(
+        0, std::max(table->horizontalHeader()->sectionSizeHint(0), markerColumnWidth));
     table->setSelectionMode(QAbstractItemView::NoSelection);
     table->setEditTriggers(QAbstractItemView::NoEditTriggers);
 }
@@ -176,14 +175,4 @@ void BodyTable::showEmissions(bool show)
 {
     m_form->label_emissions->setVisible(show);
     m_form->tableWidget_emissions->setVisible(show);
-}
-
-void BodyTable::fitDataColumns()
-{
-    // The last column takes what is left, which is then about as much.
-    QTableWidget *table = m_form->tableWidget_data;
-    const int available = table->viewport()->width() - table->columnWidth(0);
-    const int width = std::max(available / 3, table->horizontalHeader()->minimumSectionSize());
-    table->setColumnWidth(1, width);
-    table->setColumnWidth(2, width);
 }

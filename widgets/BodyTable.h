@@ -53,14 +53,12 @@ public:
 
 protected:
     void mousePressEvent(QMouseEvent *event) override;
-    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     void setUpTable(QTableWidget *table, const QStringList &headers);
     void fillPositions(const QList<MarkerRecord> &markers);
     void fillEmissions(const QList<MarkerRecord> &markers);
     void showEmissions(bool show);
-    void fitDataColumns();
 
     std::unique_ptr<BodyTable02> m_form;
     QPointer<QMenu> m_contextMenu;
