@@ -193,15 +193,17 @@ void Host::greetController()
     } else {
         m_service.command("quorel2 data connect " + QByteArray::number(m_dataReceiver.port()));
     }
-    if (m_options.backendVersion.isEmpty()) {
+    if (m_options.backendVersion.isEmpty() && m_asksVersion) {
         // An older controller does not know the question; the module then does without whatever
         // depends on the version.
         QByteArray text;
         const ExchangeStatus status = m_service.query("backend version", &text).status;
-        if (status == ExchangeStatus::Refused)
-            m_versions = unknownBackendVersion();
-        else if (status == ExchangeStatus::Done)
+        if (status == ExchangeStatus::Done)
             parseBackendVersion(text, &m_versions);
+        else if (status == ExchangeStatus::Refused)
+            m_versions = unknownBackendVersion();
+        else if (status == ExchangeStatus::UnexpectedReply)
+            m_asksVersion = false; // it costs the connection, and would cost the next one too
     }
     m_window->setBackendVersion(backendVersionText(m_versions));
 }

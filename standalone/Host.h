@@ -65,4 +65,5 @@ private:
     quint64 m_linesBefore = 0;
     int m_greeted = 0; ///< the connection, by its count, that was greeted last
     bool m_lossReported = false;
+    bool m_asksVersion = true;
 };

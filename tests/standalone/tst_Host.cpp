@@ -1,0 +1,429 @@
+#include "ScriptedController.h"
+
+#include <controller/ControllerServer.h>
+#include <controller/ControllerThread.h>
+#include <standalone/Host.h>
+#include <standalone/LogView.h>
+#include <standalone/MainWindow.h>
+#include <standalone/QuitSignals.h>
+#include <tests/support/TestMain.h>
+
+#include <QApplication>
+#include <QDialog>
+#include <QLabel>
+#include <QMenuBar>
+#include <QTemporaryDir>
+#include <QWindow>
+#include <QtTest>
+
+#include <atomic>
+#include <csignal>
+#include <functional>
+#include <memory>
+
+namespace {
+
+constexpr int kLimitMs = 30000;
+
+HostOptions testOptions()
+{
+    HostOptions options;
+    options.pluginFile = QStringLiteral(QUOREL2_TEST_MODULE);
+    options.timeoutMs = 10000;
+    return options;
+}
+
+QStringList calls()
+{
+    return qApp->property("testModuleCalls").toStringList();
+}
+
+QAction *entry(const MainWindow *window)
+{
+    for (const QAction *menu : window->menuBar()->actions()) {
+        for (QAction *action : menu->menu()->actions()) {
+            if (action->text() == QLatin1String("&Adjust"))
+                return action;
+        }
+    }
+    return nullptr;
+}
+
+QString textOf(const MainWindow *window, const char *name)
+{
+    return window->findChild<QLabel *>(QString::fromLatin1(name))->text();
+}
+
+QStringList texts(const MainWindow *window, const char *viewName)
+{
+    const auto *view = window->findChild<LogView *>(QString::fromLatin1(viewName));
+    QStringList result;
+    for (int row = 0; row < view->model()->rowCount(); ++row)
+        result.append(view->model()->index(row, 2).data().toString());
+    return result;
+}
+
+/// Runs the event loop until it is told to end, at the latest after the limit.
+int runLoop()
+{
+    QTimer::singleShot(kLimitMs, qApp, [] { QCoreApplication::exit(99); });
+    return QApplication::exec();
+}
+
+/// Calls @p act as soon as the module's dialog is up.
+void whenDialogIsUp(QObject *context, const std::function<void(QWidget *)> &act)
+{
+    auto *timer = new QTimer(context);
+    QObject::connect(timer, &QTimer::timeout, context, [timer, act] {
+        QWidget *dialog = QApplication::activeModalWidget();
+        if (!dialog || !dialog->windowHandle() || !dialog->windowHandle()->isExposed())
+            return;
+        timer->stop();
+        // Not from within the timer, which stands still while its slot runs a loop.
+        QMetaObject::invokeMethod(
+            timer, [act, dialog] { act(dialog); }, Qt::QueuedConnection);
+    });
+    timer->start(10);
+}
+
+} // namespace
+
+class HostTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init();
+    void itSimulatesAControllerAndGreetsIt();
+    void theVersionGivenReplacesTheControllers();
+    void anotherControllerIsUsed();
+    void aControllerThatKnowsNoVersionIsTakenAsOld();
+    void aControllerOutOfReachIsNoError();
+    void afterAReconnectTheControllerIsGreetedAnew();
+    void afterATimeOutTheDataLinesComeAgain();
+    void nonsenseForTheVersionIsAskedForOnce();
+    void dataLinesAreCounted();
+    void closingTheWindowEndsTheModule();
+    void closingTheWindowWhileTheDialogIsOpenEndsTheModule();
+    void quitWhileTheDialogIsOpenEndsTheModule();
+    void aSignalWhileTheDialogIsOpenEndsTheModule();
+    void aHostThatCouldNotStartEndsToo();
+    void itStartsAndEndsManyTimes();
+    void aDemonstrationWithoutControllerIsAnError();
+    // The last one, since it leaves the module loaded.
+    void endFromWithinTheDialogIsSafe();
+};
+
+void HostTest::init()
+{
+    qApp->setProperty("testModuleCalls", QStringList());
+}
+
+void HostTest::itSimulatesAControllerAndGreetsIt()
+{
+    Host host(testOptions());
+    QString error;
+    QVERIFY2(host.start(&error), qPrintable(error));
+    const MainWindow *window = host.window();
+    QVERIFY(window->isVisible());
+    QTRY_VERIFY(texts(window, "trafficView").size() >= 4);
+    const QStringList traffic = texts(window, "trafficView");
+    QVERIFY2(traffic.at(0).startsWith(QStringLiteral("quorel2 data connect ")),
+             qPrintable(traffic.at(0)));
+    QCOMPARE(traffic.at(1), QStringLiteral("quorel2 ok"));
+    QCOMPARE(traffic.at(2), QStringLiteral("quorel2 get backend version"));
+    QVERIFY(textOf(window, "addressLabel").startsWith(QStringLiteral("Simulated controller 127.")));
+    QVERIFY(textOf(window, "stateLabel").contains(QStringLiteral("Connected")));
+    QVERIFY(textOf(window, "backendLabel").startsWith(QStringLiteral("Backend 1.17")));
+    QCOMPARE(calls().mid(0, 5),
+             (QStringList{QStringLiteral("CommandManager IOManager*"),
+                          QStringLiteral("ModuleParent QWidget*"),
+                          QStringLiteral("BackendVersions BackendVersions*"),
+                          QStringLiteral("ObserverMode bool"), QStringLiteral("menuEntries")}));
+    QVERIFY(entry(window));
+}
+
+void HostTest::theVersionGivenReplacesTheControllers()
+{
+    HostOptions options = testOptions();
+    options.backendVersion = QStringLiteral("0.16");
+    Host host(options);
+    QString error;
+    QVERIFY2(host.start(&error), qPrintable(error));
+    QCOMPARE(textOf(host.window(), "backendLabel"), QStringLiteral("Backend 0.16"));
+}
+
+void HostTest::anotherControllerIsUsed()
+{
+    ControllerThread controller(Scenario::builtIn(), 1);
+    QVERIFY(controller.start());
+    HostOptions options = testOptions();
+    options.controllerHost = QStringLiteral("localhost");
+    options.controllerPort = controller.port();
+    Host host(options);
+    QString error;
+    QVERIFY2(host.start(&error), qPrintable(error));
+    QCOMPARE(textOf(host.window(), "addressLabel"),
+             QStringLiteral("Controller localhost:%1").arg(controller.port()));
+    QVERIFY(textOf(host.window(), "stateLabel").contains(QStringLiteral("Connected")));
+    int clients = 0;
+    QVERIFY(controller.call([&](ControllerServer &server) { clients = server.clientCount(); }));
+    QCOMPARE(clients, 1);
+    host.end();
+}
+
+void HostTest::aControllerThatKnowsNoVersionIsTakenAsOld()
+{
+    ScriptedController controller(
+        [](const QByteArray &request, const ScriptedController::Client &c) {
+            c.send(request.startsWith("quorel2 get") ? "quorel2 err unknown parameter\n"
+                                                     : "quorel2 ok\n");
+        });
+    QVERIFY(controller.start());
+    HostOptions options = testOptions();
+    options.controllerHost = QStringLiteral("127.0.0.1");
+    options.controllerPort = controller.port();
+    Host host(options);
+    QString error;
+    QVERIFY2(host.start(&error), qPrintable(error));
+    QCOMPARE(textOf(host.window(), "backendLabel"), QStringLiteral("Backend unknown"));
+    host.end();
+}
+
+void HostTest::aControllerOutOfReachIsNoError()
+{
+    quint16 port = 0;
+    const auto answer = [](const QByteArray &, const ScriptedController::Client &c) {
+        c.send("quorel2 ok\n");
+    };
+    {
+        ScriptedController reserved(answer);
+        QVERIFY(reserved.start());
+        port = reserved.port();
+    }
+    HostOptions options = testOptions();
+    options.controllerHost = QStringLiteral("127.0.0.1");
+    options.controllerPort = port;
+    Host host(options);
+    QString error;
+    QVERIFY2(host.start(&error), qPrintable(error));
+    QVERIFY(textOf(host.window(), "stateLabel").contains(QStringLiteral("Not connected")));
+    QTRY_COMPARE(texts(host.window(), "messageView").size(), 1);
+    QVERIFY(texts(host.window(), "messageView")
+                .at(0)
+                .startsWith(QStringLiteral("Error: No connection to the controller")));
+    // It is found when it comes.
+    ScriptedController controller(answer);
+    QVERIFY(controller.start(port));
+    QTRY_VERIFY_WITH_TIMEOUT(
+        textOf(host.window(), "stateLabel").contains(QStringLiteral(";Connected")), kLimitMs);
+    QTRY_VERIFY(!controller.requests().empty());
+    QVERIFY(controller.requests().front().startsWith("quorel2 data connect "));
+    host.end();
+}
+
+void HostTest::afterAReconnectTheControllerIsGreetedAnew()
+{
+    ScriptedController controller(
+        [](const QByteArray &request, const ScriptedController::Client &c) {
+            c.send(request == "quorel2 get backend version" ? "quorel2 set backend version 1.9\n"
+                                                            : "quorel2 ok\n");
+        });
+    QVERIFY(controller.start());
+    HostOptions options = testOptions();
+    options.controllerHost = QStringLiteral("127.0.0.1");
+    options.controllerPort = controller.port();
+    Host host(options);
+    QString error;
+    QVERIFY2(host.start(&error), qPrintable(error));
+    QCOMPARE(controller.requests().size(), size_t(2));
+    controller.hangUp();
+    QTRY_COMPARE_WITH_TIMEOUT(controller.requests().size(), size_t(4), kLimitMs);
+    QVERIFY(controller.requests().at(2).startsWith("quorel2 data connect "));
+    QTRY_COMPARE(texts(host.window(), "messageView").size(), 2);
+    QVERIFY(texts(host.window(), "messageView").at(0).contains(QStringLiteral("No connection")));
+    QCOMPARE(texts(host.window(), "messageView").at(1),
+             QStringLiteral("Connected to the controller."));
+    host.end();
+}
+
+void HostTest::afterATimeOutTheDataLinesComeAgain()
+{
+    // The new connection is made within the next exchange, so the state is back before anybody
+    // hears of the loss.
+    std::atomic<bool> silent{false};
+    ScriptedController controller(
+        [&](const QByteArray &request, const ScriptedController::Client &c) {
+            if (request == "quorel2 get body number_of_bodies standard" && !silent.exchange(true))
+                return;
+            c.send(request == "quorel2 get backend version" ? "quorel2 set backend version 1.17\n"
+                                                            : "quorel2 ok\n");
+        });
+    QVERIFY(controller.start());
+    HostOptions options = testOptions();
+    options.controllerHost = QStringLiteral("127.0.0.1");
+    options.controllerPort = controller.port();
+    options.timeoutMs = 300;
+    Host host(options);
+    QString error;
+    QVERIFY2(host.start(&error), qPrintable(error));
+    whenDialogIsUp(&host, [](QWidget *dialog) { dialog->close(); });
+    entry(host.window())->trigger();
+    const auto greetings = [&] {
+        int count = 0;
+        for (const QByteArray &request : controller.requests())
+            count += request.startsWith("quorel2 data connect ") ? 1 : 0;
+        return count;
+    };
+    QTRY_COMPARE_WITH_TIMEOUT(greetings(), 2, kLimitMs);
+    QCOMPARE(controller.connectionCount(), 2);
+    host.end();
+}
+
+void HostTest::nonsenseForTheVersionIsAskedForOnce()
+{
+    ScriptedController controller(
+        [](const QByteArray &, const ScriptedController::Client &c) { c.send("quorel2 ok\n"); });
+    QVERIFY(controller.start());
+    HostOptions options = testOptions();
+    options.controllerHost = QStringLiteral("127.0.0.1");
+    options.controllerPort = controller.port();
+    Host host(options);
+    QString error;
+    QVERIFY2(host.start(&error), qPrintable(error));
+    // The connection may be out of step after it, so there is one more, with its data lines.
+    QTRY_COMPARE_WITH_TIMEOUT(controller.requests().size(), size_t(3), kLimitMs);
+    QCOMPARE(controller.requests().at(1), QByteArray("quorel2 get backend version"));
+    QVERIFY(controller.requests().at(2).startsWith("quorel2 data connect "));
+    QTRY_VERIFY(textOf(host.window(), "stateLabel").contains(QStringLiteral(";Connected")));
+    QCOMPARE(controller.connectionCount(), 2);
+    host.end();
+}
+
+void HostTest::dataLinesAreCounted()
+{
+    Host host(testOptions());
+    QString error;
+    QVERIFY2(host.start(&error), qPrintable(error));
+    QCOMPARE(textOf(host.window(), "dataRateLabel"), QStringLiteral("Data lines: none"));
+    whenDialogIsUp(&host, [&](QWidget *dialog) {
+        QTRY_VERIFY_WITH_TIMEOUT(
+            textOf(host.window(), "dataRateLabel") != QStringLiteral("Data lines: none"), kLimitMs);
+        dialog->close();
+    });
+    entry(host.window())->trigger();
+    QVERIFY(calls().contains(QStringLiteral("exec returned")));
+}
+
+void HostTest::closingTheWindowEndsTheModule()
+{
+    Host host(testOptions());
+    QString error;
+    QVERIFY2(host.start(&error), qPrintable(error));
+    QTimer::singleShot(0, host.window(), [&] { host.window()->close(); });
+    QCOMPARE(runLoop(), 0);
+    host.end();
+    QCOMPARE(calls().mid(calls().size() - 3),
+             (QStringList{QStringLiteral("shutdown"), QStringLiteral("cleanup"),
+                          QStringLiteral("destroyed")}));
+}
+
+void HostTest::closingTheWindowWhileTheDialogIsOpenEndsTheModule()
+{
+    Host host(testOptions());
+    QString error;
+    QVERIFY2(host.start(&error), qPrintable(error));
+    whenDialogIsUp(&host, [&](QWidget *) { host.window()->close(); });
+    QTimer::singleShot(0, entry(host.window()), &QAction::trigger);
+    QCOMPARE(runLoop(), 0);
+    host.end();
+    QCOMPARE(calls().mid(5),
+             (QStringList{QStringLiteral("exec"), QStringLiteral("exec returned"),
+                          QStringLiteral("shutdown"), QStringLiteral("cleanup, dialog shown"),
+                          QStringLiteral("destroyed")}));
+}
+
+void HostTest::quitWhileTheDialogIsOpenEndsTheModule()
+{
+    Host host(testOptions());
+    QString error;
+    QVERIFY2(host.start(&error), qPrintable(error));
+    whenDialogIsUp(&host, [](QWidget *) { QCoreApplication::quit(); });
+    QTimer::singleShot(0, entry(host.window()), &QAction::trigger);
+    QCOMPARE(runLoop(), 0);
+    host.end();
+    QCOMPARE(calls().count(QStringLiteral("shutdown")), 1);
+    QCOMPARE(calls().last(), QStringLiteral("destroyed"));
+}
+
+void HostTest::aSignalWhileTheDialogIsOpenEndsTheModule()
+{
+    Host host(testOptions());
+    QString error;
+    QVERIFY2(host.start(&error), qPrintable(error));
+    QuitSignals quitSignals;
+    whenDialogIsUp(&host, [](QWidget *) { std::raise(SIGTERM); });
+    QTimer::singleShot(0, entry(host.window()), &QAction::trigger);
+    QCOMPARE(runLoop(), 0);
+    host.end();
+    QCOMPARE(calls().count(QStringLiteral("shutdown")), 1);
+    QCOMPARE(calls().last(), QStringLiteral("destroyed"));
+}
+
+void HostTest::aHostThatCouldNotStartEndsToo()
+{
+    HostOptions options = testOptions();
+    options.scenarioFile = QStringLiteral("/nowhere/scenario.json");
+    {
+        Host host(options);
+        QString error;
+        QVERIFY(!host.start(&error));
+        QVERIFY2(error.contains(QStringLiteral("/nowhere/scenario.json")), qPrintable(error));
+    }
+    QCOMPARE(calls(), (QStringList{QStringLiteral("shutdown"), QStringLiteral("cleanup"),
+                                   QStringLiteral("destroyed")}));
+}
+
+void HostTest::itStartsAndEndsManyTimes()
+{
+    for (int run = 0; run < 10; ++run) {
+        Host host(testOptions());
+        QString error;
+        QVERIFY2(host.start(&error), qPrintable(error));
+        QTimer::singleShot(0, host.window(), [&] { host.window()->close(); });
+        QCOMPARE(runLoop(), 0);
+        host.end();
+        host.end();
+    }
+    QCOMPARE(calls().count(QStringLiteral("cleanup")), 10);
+}
+
+void HostTest::aDemonstrationWithoutControllerIsAnError()
+{
+    QTemporaryDir folder;
+    HostOptions options = testOptions();
+    options.controllerHost = QStringLiteral("127.0.0.1");
+    options.controllerPort = 1;
+    options.demoFolder = folder.path();
+    Host host(options);
+    QString error;
+    QVERIFY(!host.start(&error));
+    QVERIFY2(error.startsWith(QStringLiteral("The controller at 127.0.0.1:1 cannot be reached")),
+             qPrintable(error));
+}
+
+void HostTest::endFromWithinTheDialogIsSafe()
+{
+    auto host = std::make_unique<Host>(testOptions());
+    QString error;
+    QVERIFY2(host->start(&error), qPrintable(error));
+    whenDialogIsUp(qApp, [&](QWidget *) { host.reset(); });
+    entry(host->window())->trigger();
+    QVERIFY(!host);
+    // The module's code is still on the stack here, so it must not have been unloaded.
+    QCOMPARE(calls().mid(5), (QStringList{QStringLiteral("exec"), QStringLiteral("shutdown"),
+                                          QStringLiteral("cleanup, dialog shown"),
+                                          QStringLiteral("exec returned, dialog gone")}));
+}
+
+QUOREL2_TEST_MAIN(HostTest)
+#include "tst_Host.moc"

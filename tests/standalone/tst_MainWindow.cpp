@@ -1,0 +1,363 @@
+#include <host/ModuleInterface.h>
+#include <standalone/LogView.h>
+#include <standalone/MainWindow.h>
+#include <tests/support/TestMain.h>
+
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QSignalSpy>
+#include <QToolButton>
+#include <QtTest>
+
+namespace {
+
+QString textOf(const MainWindow &window, const char *name)
+{
+    const auto *label = window.findChild<QLabel *>(QString::fromLatin1(name));
+    return label ? label->text() : QStringLiteral("no label %1").arg(QString::fromLatin1(name));
+}
+
+QStringList rowsOf(const MainWindow &window, const char *name, const QVector<int> &columns)
+{
+    const auto *view = window.findChild<LogView *>(QString::fromLatin1(name));
+    QStringList rows;
+    for (int row = 0; view && row < view->model()->rowCount(); ++row) {
+        QStringList cells;
+        for (const int column : columns)
+            cells.append(view->model()->index(row, column).data().toString());
+        rows.append(cells.join(QLatin1Char('|')));
+    }
+    return rows;
+}
+
+QStringList menuTitles(const MainWindow &window)
+{
+    QStringList titles;
+    for (const QAction *action : window.menuBar()->actions())
+        titles.append(action->text());
+    return titles;
+}
+
+QStringList entriesOf(const MainWindow &window, const QString &title)
+{
+    QStringList texts;
+    for (const QAction *action : window.menuBar()->actions()) {
+        if (action->text() == title) {
+            for (const QAction *entry : action->menu()->actions())
+                texts.append(entry->text());
+        }
+    }
+    return texts;
+}
+
+Exchange exchange(const QByteArray &request, const QByteArray &reply, ExchangeStatus status)
+{
+    Exchange result;
+    result.time = QDateTime(QDate(2024, 5, 6), QTime(7, 8, 9, 100));
+    result.request = request;
+    result.reply = reply;
+    result.replied = !reply.isNull();
+    result.status = status;
+    result.milliseconds = 1.25;
+    return result;
+}
+
+} // namespace
+
+class MainWindowTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void theHostsOwnMenusStandAtTheEnds();
+    void entriesStandAtTheirPlaces();
+    void anEntryInAMenuOfTheHostsStandsInFront();
+    void theShortcutOfAnEntryWorksFromTheWindow();
+    void messagesAreListedWithTimeSourceAndText();
+    void everyExchangeIsListedBothWays();
+    void aFailedExchangeTellsItsReason();
+    void theFilterShowsOnlyLinesWithItsText();
+    void clearButtonsEmptyTheLists();
+    void aBurstIsShownInOneGo();
+    void theHistoryIsBounded();
+    void theStatusBarTellsAddressAndState();
+    void theDataRateIsTold();
+    void closingIsReported();
+    void quitClosesTheWindow();
+    void aboutTellsProgramAndModule();
+    void theWindowFitsASmallScreen();
+};
+
+void MainWindowTest::theHostsOwnMenusStandAtTheEnds()
+{
+    MainWindow window;
+    QCOMPARE(menuTitles(window), (QStringList{"&File", "&Help"}));
+    QCOMPARE(entriesOf(window, QStringLiteral("&File")), QStringList{"&Quit"});
+    QCOMPARE(entriesOf(window, QStringLiteral("&Help")), QStringList{"&About"});
+    QVERIFY(!window.windowIcon().isNull());
+}
+
+void MainWindowTest::entriesStandAtTheirPlaces()
+{
+    MainWindow window;
+    QAction late(QStringLiteral("Late"));
+    QAction early(QStringLiteral("Early"));
+    QAction further(QStringLiteral("Further"));
+    QAction nearer(QStringLiteral("Nearer"));
+    MenuEntry entries[] = {{&early, 35, QStringLiteral("&Tracking"), 300, nullptr, 0},
+                           {&late, 90, QStringLiteral("&Tracking"), 300, nullptr, 0},
+                           {&further, 1, QStringLiteral("Further"), 400, nullptr, 0},
+                           {&nearer, 1, QStringLiteral("Nearer"), 200, nullptr, 0},
+                           {nullptr, 2, QStringLiteral("Nothing"), 250, nullptr, 0}};
+    window.installEntries({&entries[0], &entries[1], &entries[2], &entries[3], &entries[4]});
+    QCOMPARE(menuTitles(window), (QStringList{"&File", "Nearer", "&Tracking", "Further", "&Help"}));
+    QCOMPARE(entriesOf(window, QStringLiteral("&Tracking")), (QStringList{"Early", "Late"}));
+}
+
+void MainWindowTest::anEntryInAMenuOfTheHostsStandsInFront()
+{
+    MainWindow window;
+    QAction import(QStringLiteral("Import"));
+    QAction more(QStringLiteral("Import more"));
+    MenuEntry first = {&import, 5, QStringLiteral("&File"), 0, nullptr, 0};
+    MenuEntry second = {&more, 6, QStringLiteral("&File"), 0, nullptr, 0};
+    window.installEntries({&first, &second});
+    QCOMPARE(menuTitles(window), (QStringList{"&File", "&Help"}));
+    QCOMPARE(entriesOf(window, QStringLiteral("&File")),
+             (QStringList{"Import", "Import more", "&Quit"}));
+}
+
+void MainWindowTest::theShortcutOfAnEntryWorksFromTheWindow()
+{
+    MainWindow window;
+    QAction action(QStringLiteral("Body &adjustment"));
+    action.setShortcut(QKeySequence(QStringLiteral("Shift+F6")));
+    MenuEntry entry = {&action, 35, QStringLiteral("&Tracking"), 300, nullptr, 0};
+    window.installEntries({&entry});
+    window.show();
+    window.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    QSignalSpy triggered(&action, &QAction::triggered);
+    QTest::keyClick(&window, Qt::Key_F6, Qt::ShiftModifier);
+    QCOMPARE(triggered.size(), 1);
+}
+
+void MainWindowTest::messagesAreListedWithTimeSourceAndText()
+{
+    MainWindow window;
+    const QDateTime time(QDate(2024, 5, 6), QTime(7, 8, 9, 10));
+    window.addMessage(time, QStringLiteral("QUOREL4"),
+                      QStringLiteral("Error: Unable to check body type"));
+    window.addMessage(time, QStringLiteral("Other"), QStringLiteral("two\nlines"));
+    window.addUndelivered(time, QStringLiteral("BodyAdjustmentModule"), QStringLiteral("Gone"),
+                          QStringLiteral("reopen"));
+    // Without anybody's doing.
+    QTRY_COMPARE(rowsOf(window, "messageView", {0, 1, 2}),
+                 (QStringList{QStringLiteral("07:08:09.010|QUOREL4|Error: Unable to check body "
+                                             "type"),
+                              QStringLiteral("07:08:09.010|Other|two \u23ce lines"),
+                              QStringLiteral("07:08:09.010|BodyAdjustmentModule|Not delivered, "
+                                             "there is no module \"Gone\": reopen")}));
+}
+
+void MainWindowTest::everyExchangeIsListedBothWays()
+{
+    MainWindow window;
+    window.addExchange(exchange("quorel2 get status active", "quorel2 set status active mea",
+                                ExchangeStatus::Done));
+    window.flush();
+    QCOMPARE(rowsOf(window, "trafficView", {0, 1, 2, 3, 4}),
+             (QStringList{QStringLiteral("07:08:09.100|\u2192 Sent|quorel2 get status active||"),
+                          QStringLiteral("07:08:09.101|\u2190 Received|quorel2 set status active "
+                                         "mea|ok|1.25")}));
+}
+
+void MainWindowTest::aFailedExchangeTellsItsReason()
+{
+    MainWindow window;
+    window.addExchange(exchange("a", QByteArray(), ExchangeStatus::TimedOut));
+    window.addExchange(exchange("b", "quorel2 err no such body", ExchangeStatus::Refused));
+    window.addExchange(exchange("c", "quorel2 err no such body", ExchangeStatus::Done));
+    window.addExchange(exchange("d", "quorel2 errand", ExchangeStatus::Done));
+    window.addExchange(exchange("e\nf", QByteArray(), ExchangeStatus::BadRequest));
+    window.flush();
+    QCOMPARE(
+        rowsOf(window, "trafficView", {1, 2, 3}),
+        (QStringList{QStringLiteral("\u2192 Sent|a|"), QStringLiteral("\u2715 No reply||timed out"),
+                     QStringLiteral("\u2192 Sent|b|"),
+                     QStringLiteral("\u2190 Received|quorel2 err no such body|refused"),
+                     QStringLiteral("\u2192 Sent|c|"),
+                     QStringLiteral("\u2190 Received|quorel2 err no such body|refused"),
+                     QStringLiteral("\u2192 Sent|d|"),
+                     QStringLiteral("\u2190 Received|quorel2 errand|ok"),
+                     QStringLiteral("\u2192 Sent|e \u23ce f|"),
+                     QStringLiteral("\u2715 No reply||bad request")}));
+}
+
+void MainWindowTest::theFilterShowsOnlyLinesWithItsText()
+{
+    MainWindow window;
+    window.show();
+    window.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    window.addExchange(exchange("quorel2 tracking start", "quorel2 ok", ExchangeStatus::Done));
+    window.addExchange(exchange("quorel2 get a", "quorel2 set a [b]", ExchangeStatus::Done));
+    window.flush();
+    auto *filter = window.findChild<QLineEdit *>(QStringLiteral("trafficFilter"));
+    QVERIFY(filter);
+    QTest::mouseClick(filter, Qt::LeftButton);
+    QTest::keyClicks(filter, QStringLiteral("TRACKING"));
+    QCOMPARE(rowsOf(window, "trafficView", {2}), QStringList{"quorel2 tracking start"});
+    window.addExchange(exchange("quorel2 tracking stop", "quorel2 ok", ExchangeStatus::Done));
+    window.flush();
+    QCOMPARE(rowsOf(window, "trafficView", {2}),
+             (QStringList{"quorel2 tracking start", "quorel2 tracking stop"}));
+    filter->selectAll();
+    QTest::keyClicks(filter, QStringLiteral("[b]"));
+    QCOMPARE(rowsOf(window, "trafficView", {2}), QStringList{"quorel2 set a [b]"});
+    filter->clear();
+    QCOMPARE(rowsOf(window, "trafficView", {2}).size(), 6);
+}
+
+void MainWindowTest::clearButtonsEmptyTheLists()
+{
+    MainWindow window;
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    const auto fill = [&] {
+        window.addMessage(QDateTime::currentDateTime(), QStringLiteral("s"), QStringLiteral("t"));
+        window.addExchange(exchange("a", "b", ExchangeStatus::Done));
+    };
+    fill();
+    window.flush();
+    fill(); // not shown yet; it goes too
+    QList<QToolButton *> buttons;
+    for (QToolButton *button : window.findChildren<QToolButton *>()) {
+        if (button->text() == QLatin1String("Clear"))
+            buttons.append(button);
+    }
+    QCOMPARE(buttons.size(), 2);
+    for (QToolButton *button : qAsConst(buttons))
+        QTest::mouseClick(button, Qt::LeftButton);
+    window.flush();
+    QCOMPARE(rowsOf(window, "messageView", {0}).size(), 0);
+    QCOMPARE(rowsOf(window, "trafficView", {0}).size(), 0);
+}
+
+void MainWindowTest::aBurstIsShownInOneGo()
+{
+    MainWindow window;
+    auto *view = window.findChild<LogView *>(QStringLiteral("trafficView"));
+    QSignalSpy inserted(view->model(), &QAbstractItemModel::rowsInserted);
+    for (int i = 0; i < 1000; ++i)
+        window.addExchange(exchange("request", "reply", ExchangeStatus::Done));
+    QCOMPARE(inserted.size(), 0);
+    QTRY_COMPARE(view->model()->rowCount(), 2000);
+    QCOMPARE(inserted.size(), 1);
+}
+
+void MainWindowTest::theHistoryIsBounded()
+{
+    MainWindow window;
+    const auto *view = window.findChild<LogView *>(QStringLiteral("trafficView"));
+    const auto *messages = window.findChild<LogView *>(QStringLiteral("messageView"));
+    for (int i = 0; i < 12000; ++i) {
+        window.addExchange(exchange("request", QByteArray::number(i), ExchangeStatus::Done));
+        window.addMessage(QDateTime::currentDateTime(), QStringLiteral("s"), QString::number(i));
+        if (i % 500 == 0)
+            window.flush();
+    }
+    window.flush();
+    QVERIFY(view->model()->rowCount() <= 10000);
+    QVERIFY(messages->model()->rowCount() <= 10000);
+    QCOMPARE(view->model()->index(view->model()->rowCount() - 1, 2).data().toString(),
+             QStringLiteral("11999"));
+}
+
+void MainWindowTest::theStatusBarTellsAddressAndState()
+{
+    MainWindow window;
+    QVERIFY(textOf(window, "stateLabel").contains(QStringLiteral("Not connected")));
+    QCOMPARE(textOf(window, "backendLabel"), QStringLiteral("Backend unknown"));
+    window.setController(QStringLiteral("Simulated controller"), QStringLiteral("127.0.0.1:42200"));
+    window.setConnectionState(ControllerConnection::ConnectingState, QString());
+    QVERIFY(textOf(window, "stateLabel").contains(QStringLiteral("Connecting")));
+    window.setConnectionState(ControllerConnection::ConnectedState, QString());
+    QVERIFY(textOf(window, "stateLabel").contains(QStringLiteral("Connected")));
+    window.setBackendVersion(QStringLiteral("1.17"));
+    QCOMPARE(textOf(window, "backendLabel"), QStringLiteral("Backend 1.17"));
+    QCOMPARE(textOf(window, "addressLabel"),
+             QStringLiteral("Simulated controller 127.0.0.1:42200"));
+    window.setConnectionState(ControllerConnection::DisconnectedState,
+                              QStringLiteral("Connection refused"));
+    QVERIFY(textOf(window, "stateLabel").contains(QStringLiteral("Not connected")));
+    QCOMPARE(window.findChild<QLabel *>(QStringLiteral("stateLabel"))->toolTip(),
+             QStringLiteral("Connection refused"));
+}
+
+void MainWindowTest::theDataRateIsTold()
+{
+    MainWindow window;
+    QCOMPARE(textOf(window, "dataRateLabel"), QStringLiteral("Data lines: none"));
+    window.setDataRate(119.96);
+    QCOMPARE(textOf(window, "dataRateLabel"), QStringLiteral("Data lines: 120.0/s"));
+    window.setDataRate(0.0);
+    QCOMPARE(textOf(window, "dataRateLabel"), QStringLiteral("Data lines: none"));
+}
+
+void MainWindowTest::closingIsReported()
+{
+    MainWindow window;
+    QSignalSpy closed(&window, &MainWindow::closed);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    window.close();
+    QCOMPARE(closed.size(), 1);
+}
+
+void MainWindowTest::quitClosesTheWindow()
+{
+    MainWindow window;
+    QSignalSpy closed(&window, &MainWindow::closed);
+    window.show();
+    window.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    QTest::keyClick(&window, Qt::Key_Q, Qt::ControlModifier);
+    QCOMPARE(closed.size(), 1);
+    QVERIFY(!window.isVisible());
+}
+
+void MainWindowTest::aboutTellsProgramAndModule()
+{
+    MainWindow window;
+    window.setModuleInfo(QStringLiteral("GUI <Body> Adjustment"), QStringLiteral("v3.1.9"),
+                         QStringLiteral("/somewhere/lib.so"));
+    QCOMPARE(textOf(window, "moduleLabel"), QStringLiteral("GUI <Body> Adjustment v3.1.9"));
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    for (const QAction *menu : window.menuBar()->actions()) {
+        for (QAction *action : menu->menu()->actions()) {
+            if (action->text() == QLatin1String("&About"))
+                action->trigger();
+        }
+    }
+    QPointer<QMessageBox> box = window.findChild<QMessageBox *>();
+    QVERIFY(box);
+    QTRY_VERIFY(box->isVisible());
+    QVERIFY(box->text().contains(QStringLiteral("GUI &lt;Body&gt; Adjustment v3.1.9")));
+    QVERIFY(box->text().contains(QStringLiteral("/somewhere/lib.so")));
+    QTest::keyClick(box.data(), Qt::Key_Escape);
+    QTRY_VERIFY(!box);
+}
+
+void MainWindowTest::theWindowFitsASmallScreen()
+{
+    MainWindow window;
+    QVERIFY(window.width() <= 1280 && window.height() <= 800);
+    QVERIFY(window.minimumSizeHint().width() <= 800);
+    QVERIFY(window.minimumSizeHint().height() <= 600);
+}
+
+QUOREL2_TEST_MAIN(MainWindowTest)
+#include "tst_MainWindow.moc"
