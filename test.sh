@@ -34,7 +34,7 @@ say "Tests, in a locale with a decimal comma."
 LOCPATH=$locales LC_ALL=de_DE.UTF-8 run_tests build
 
 say "Unit tests, under the address and undefined-behaviour sanitizers."
-build asan
+build asan quorel2-unit-tests
 # What the system's libraries keep until the end is not ours.
 LSAN_OPTIONS="suppressions=$PWD/dev/lsan.supp:print_suppressions=0" \
     UBSAN_OPTIONS=print_stacktrace=1 \

@@ -50,6 +50,9 @@ function(quorel2_library folder)
   target_link_libraries(quorel2_${folder} PUBLIC ${arg_LINK} PRIVATE ${arg_LINK_PRIVATE})
 endfunction()
 
+# All tests that need no display and no other program.
+add_custom_target(quorel2-unit-tests)
+
 # quorel2_test(<name> SOURCES ... LINK ... LABEL unit|widget|gl|plugin|system [DEPENDS ...])
 # Tests that show windows take turns on the display, so that focus is where the test puts it.
 function(quorel2_test name)
@@ -67,6 +70,7 @@ function(quorel2_test name)
   set_tests_properties(${name} PROPERTIES LABELS "${arg_LABEL}" TIMEOUT 300
     FAIL_REGULAR_EXPRESSION "QWARN  :;QCRITICAL;Sanitizer:;runtime error:")
   if(arg_LABEL STREQUAL "unit")
+    add_dependencies(quorel2-unit-tests ${name})
     set_tests_properties(${name} PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=offscreen")
   else()
     set_tests_properties(${name} PROPERTIES RESOURCE_LOCK display
