@@ -51,8 +51,7 @@ void ClientSession::sendData(const QVector<QByteArray> &lines)
 void ClientSession::sendHeldReply()
 {
     m_replyDueUs = -1;
-    sendLine(m_heldReply);
-    processInput();
+    sendLine(m_heldReply); // once it is written, the next request has its turn
 }
 
 void ClientSession::drop()

@@ -599,6 +599,21 @@ QString CommandTable::toMarkdown()
             stream << " |\n";
         }
     }
+    stream
+        << "\n## Data lines\n\n"
+        << "While measurement runs, each active output goes out 60 times a second as one UDP "
+           "datagram to every client that asked for data.\n\n"
+        << "| line | form |\n| --- | --- |\n"
+        << "| 6d, standard bodies | `6d N [id qu][x y z rx ry rz][b0 ... b8] ...` |\n"
+        << "| 6df, vimbars | `6df N [id qu bt][x y z rx ry rz][b0 ... b8] ...` |\n"
+        << "| 6df2, vimbars | `6df2 N N [id qu nbt nct][x y z][b0 ... b8][bt ... ct ...] ...` "
+           "|\n\n"
+        << "`N` is the number of blocks. `id` is the body's number less one; in multi-user "
+           "operation with head, id 0 of line 6d is the head and a body's id is its number. `qu` "
+           "is 1.000, or -1.000 and all numbers zero for a body that is not tracked. x, y, z are "
+           "millimetres in the room; rx, ry, rz are degrees, the rotation being Rx Ry Rz; b0 to "
+           "b8 are the same rotation column by column. `bt` are buttons, `ct` controllers, "
+           "`nbt` and `nct` their numbers.\n";
     stream.flush();
     return text;
 }

@@ -37,12 +37,13 @@ bool isSameKeyword(const QByteArray &a, const QByteArray &b)
     return a.compare(b, Qt::CaseInsensitive) == 0;
 }
 
+/// False for what is no number, too.
 bool isInRange(const Vector3 &position)
 {
     const auto isNear = [](double coordinate) {
         return std::abs(coordinate) <= ControllerState::kMaximumCoordinateMm;
     };
-    return isFinite(position) && isNear(position.x) && isNear(position.y) && isNear(position.z);
+    return isNear(position.x) && isNear(position.y) && isNear(position.z);
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 #include "NumberText.h"
 
 #include <charconv>
-#include <cmath>
 #include <iterator>
 
 namespace {
@@ -59,9 +58,9 @@ bool parseNumber(const QByteArray &text, double *value)
 {
     if (!isPlainNumber(text))
         return false;
-    bool isNumber = false;
+    bool isNumber = false; // false for an overflow
     const double number = text.toDouble(&isNumber);
-    if (!isNumber || !std::isfinite(number))
+    if (!isNumber)
         return false;
     *value = number;
     return true;

@@ -61,11 +61,6 @@ double length(const Vector3 &v)
     return std::sqrt(dot(v, v));
 }
 
-bool isFinite(const Vector3 &v)
-{
-    return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z);
-}
-
 bool isFinite(const Matrix3 &m)
 {
     return std::all_of(m.begin(), m.end(), [](double element) { return std::isfinite(element); });

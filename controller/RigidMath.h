@@ -27,7 +27,6 @@ Matrix3 operator*(const Matrix3 &a, const Matrix3 &b);
 double dot(const Vector3 &a, const Vector3 &b);
 Vector3 cross(const Vector3 &a, const Vector3 &b);
 double length(const Vector3 &v);
-bool isFinite(const Vector3 &v);
 bool isFinite(const Matrix3 &m);
 
 Matrix3 transposed(const Matrix3 &m);

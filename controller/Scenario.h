@@ -51,8 +51,24 @@ struct BodyType {
 
 /// Everything that a simulated controller starts with: its bodies, its settings, its faults.
 ///
-/// Read from JSON; docs and the built-in scenario (scenarios/default.json) show the form. Every
-/// text and number is checked so that the controller can print it within the lengths of its
+/// Read from JSON, every key of which may be left out except those marked *:
+///   "extends": "default"               start from the built-in scenario
+///   "backend": "1.17" or "1.17.2"
+///   "configuration": {"changeable"}
+///   "tracking": {"available", "measuring", "reference"}
+///   "vimbar": {"multiUserAvailable", "multiUser", "multiUserWithHeadAvailable",
+///              "multiUserWithHead", "output6df"}
+///   "output": {"active": [of "6d", "6df", "6df2"], "omitUntracked"}
+///   "types": [{"keyword"*, "description"*}]
+///   "bodies": [{"type"*, "markers"*: [[x, y, z]], "description", "calibrated", "targetType",
+///               "motion": "moving", "still", "lost" or "blinking", "position": [x, y, z],
+///               "anglesDeg": [x, y, z], "emissions": [[x, y, z, degrees] for each marker]}]
+///   "faults": {"replies": [{"reply"*: 1 or more, "kind"*, "delayMs"}],
+///              "requests": [{"request"*, "kind"*, "delayMs", "times"}],
+///              "dataLines": "none", "silent" or "cut"}
+///              with the kinds "error", "garbage", "silence", "delay", "overLong", "disconnect"
+///   "setups": [names], applied last
+/// Every text and number is checked so that the controller can print it within the lengths of its
 /// protocol.
 struct Scenario {
     struct NumberedFault {
