@@ -74,8 +74,7 @@ QString ValueSpinBox::textFromValue(double value) const
 {
     QLocale shown = locale();
     shown.setNumberOptions(shown.numberOptions() | QLocale::OmitGroupSeparator);
-    // Rounding leaves a negative zero behind, which would be shown with its sign.
-    return shown.toString(value == 0.0 ? 0.0 : value, 'f', decimals());
+    return shown.toString(value, 'f', decimals());
 }
 
 void ValueSpinBox::fixup(QString & /*text*/) const

@@ -746,6 +746,9 @@ void tst_bsDoubleWidget::differencesUpToHalfATurnAreNoJump()
     // From 181 - 361 = -180 by 180 up.
     m_wheel->setValue(0.0);
     QCOMPARE(m_widget->value(), 0.0);
+    // From 361 by 180.5 down: a jump, but not at the same time one back.
+    m_wheel->setValue(180.5);
+    QCOMPARE(m_widget->value(), -180.0);
 }
 
 void tst_bsDoubleWidget::fractionsOfAUnitAreNotCarriedOver()
@@ -817,6 +820,10 @@ void tst_bsDoubleWidget::dragIsOneGesture()
     QCOMPARE(takeEmitted(), valuesFromTo(4, 3));
     QCOMPARE(m_wheel->value(), 3.0);
     QCOMPARE(m_spinBox->hasFocus(), mode == SpinBoxAndWheel);
+    // A button that is held keeps the gesture open wherever the pointer goes.
+    QEvent leaving(QEvent::Leave);
+    QApplication::sendEvent(m_widget, &leaving);
+    QCOMPARE(takeEmitted(), QStringList());
 
     releaseWheel(120);
     QCOMPARE(takeEmitted(), QStringList({QStringLiteral("finished")}));
