@@ -378,9 +378,12 @@ void MainWindow::addUndelivered(const QDateTime &time, const QString &source,
 void MainWindow::addExchange(const Exchange &exchange)
 {
     const QDateTime end = exchange.time.addMSecs(qRound64(exchange.milliseconds));
+    const bool wasSent = exchange.status != ExchangeStatus::NotConnected &&
+                         exchange.status != ExchangeStatus::BadRequest &&
+                         exchange.status != ExchangeStatus::Busy;
     LogModel::Row request;
     request.cells =
-        QStringList{timeText(exchange.time), tr("\u2192 Sent"),
+        QStringList{timeText(exchange.time), wasSent ? tr("\u2192 Sent") : tr("\u2192 Not sent"),
                     oneLine(QString::fromLatin1(exchange.request)), QString(), QString()};
     LogModel::Row reply;
     const QString status = statusText(exchange.status);

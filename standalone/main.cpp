@@ -52,7 +52,6 @@ int main(int argc, char **argv)
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QApplication application(argc, argv);
-    QApplication::setApplicationDisplayName(QCoreApplication::translate("main", "Quorel2 Host"));
     // The main window decides when the program ends.
     QApplication::setQuitOnLastWindowClosed(false);
     const QuitSignals quitSignals;

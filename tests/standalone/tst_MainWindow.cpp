@@ -191,7 +191,7 @@ void MainWindowTest::aFailedExchangeTellsItsReason()
                      QStringLiteral("\u2190 Received|quorel2 err no such body|refused"),
                      QStringLiteral("\u2192 Sent|d|"),
                      QStringLiteral("\u2190 Received|quorel2 errand|ok"),
-                     QStringLiteral("\u2192 Sent|e \u23ce f|"),
+                     QStringLiteral("\u2192 Not sent|e \u23ce f|"),
                      QStringLiteral("\u2715 No reply||bad request")}));
 }
 
