@@ -274,12 +274,11 @@ void tst_SetAxisDialog::translatedAxesAreStillUnderstood()
     const InstalledTranslator installed(&translator);
     m_dialog.reset(new SetAxisDialog(nullptr));
     listen();
-    box("axisToSetComboBox")->setCurrentIndex(Y);
-    box("axisToPreserveComboBox")->setCurrentIndex(1);
-    QCOMPARE(box("axisToPreserveComboBox")->currentText(), QStringLiteral("*Z"));
-    QCOMPARE(box("axisToCalculateComboBox")->currentIndex(), int(X));
+    box("axisToSetComboBox")->setCurrentIndex(Z);
+    QCOMPARE(box("axisToPreserveComboBox")->currentText(), QStringLiteral("*X"));
+    QCOMPARE(box("axisToCalculateComboBox")->currentIndex(), int(Y));
     m_dialog->validateSetAxis();
-    QCOMPARE(m_pairs, QList<AxisPair>{AxisPair(Y, Z)});
+    QCOMPARE(m_pairs, QList<AxisPair>{AxisPair(Z, X)});
 }
 
 void tst_SetAxisDialog::okAcceptsBeforeItTells()
