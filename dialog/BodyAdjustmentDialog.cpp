@@ -24,6 +24,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <mutex>
 
 namespace {
 
@@ -547,7 +548,7 @@ void BodyAdjustmentDialog::update_current_body(int index, bool show_msg)
 {
     m_pollTimer->stop();
     {
-        const QMutexLocker locker(&m_dataMutex);
+        const std::lock_guard<DataMutex> lock(m_dataMutex);
         for (TrackedPoseSlot *slot : {&m_standardPose, &m_vimbarPose}) {
             TrackedPose pose = slot->load();
             pose.quality = -1.0F;
@@ -688,7 +689,7 @@ void BodyAdjustmentDialog::setChosenBody(const QString &type, int index, bool ca
 
 void BodyAdjustmentDialog::updateLineFilter()
 {
-    const QMutexLocker locker(&m_dataMutex);
+    const std::lock_guard<DataMutex> lock(m_dataMutex);
     m_lineFilter.isStandard = isType(m_chosen.type, "standard");
     m_lineFilter.isVimbar = isType(m_chosen.type, "vimbar");
     m_lineFilter.index = m_chosen.index;
@@ -1180,7 +1181,7 @@ void BodyAdjustmentDialog::calcNormalizedUnitVector()
 
 int BodyAdjustmentDialog::receiveLine(const char *lineType, const char *line)
 {
-    if (!m_dataMutex.tryLock())
+    if (!m_dataMutex.try_lock())
         return 0;
     const LineFilter filter = m_lineFilter;
     DataLineType type = DataLineType::SixD;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "AppliedTransforms.h"
+#include "DataMutex.h"
 
 #include <host/Requester.h>
 #include <model/Emission.h>
@@ -17,7 +18,6 @@
 #include <QDialog>
 #include <QIcon>
 #include <QMessageBox>
-#include <QMutex>
 #include <QPixmap>
 #include <QString>
 #include <QVector>
@@ -244,7 +244,7 @@ private:
     QString m_requestingModule;
     QString m_requestedBody;
 
-    QMutex m_dataMutex; ///< guards the line buffer, the filter and writing the poses
+    DataMutex m_dataMutex; ///< guards the line buffer, the filter and writing the poses
     QByteArray m_lineBuffer;
     QVector<DataBlock> m_blocks;
     LineFilter m_lineFilter;
