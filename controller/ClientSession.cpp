@@ -40,12 +40,8 @@ ClientSession::~ClientSession()
 
 void ClientSession::sendData(const QVector<QByteArray> &lines)
 {
-    // A client of an IPv6 socket may still be an IPv4 one.
-    bool isIPv4 = false;
-    const quint32 address = m_socket->peerAddress().toIPv4Address(&isIPv4);
-    const QHostAddress peer = isIPv4 ? QHostAddress(address) : m_socket->peerAddress();
     for (const QByteArray &line : lines)
-        m_dataSocket->writeDatagram(line, peer, m_dataPort);
+        m_dataSocket->writeDatagram(line, m_socket->peerAddress(), m_dataPort);
 }
 
 void ClientSession::sendHeldReply()
@@ -71,7 +67,6 @@ void ClientSession::disconnectData()
 {
     delete m_dataSocket;
     m_dataSocket = nullptr;
-    m_server->scheduleNext();
 }
 
 void ClientSession::processInput()

@@ -16,17 +16,17 @@ namespace {
 constexpr int kMaximumClients = 200;
 constexpr qint64 kMicrosecondsPerSecond = 1000000;
 
+/// The first microsecond of a frame.
 qint64 frameTimeUs(qint64 frame)
 {
-    return frame * kMicrosecondsPerSecond / ControllerServer::kFramesPerSecond;
+    const int rate = ControllerServer::kFramesPerSecond;
+    return (frame * kMicrosecondsPerSecond + rate - 1) / rate;
 }
 
 /// The newest frame that is due at a time.
 qint64 frameAt(qint64 timeUs)
 {
-    // The time of a frame is rounded down, so the quotient may be one too small.
-    const qint64 frame = timeUs * ControllerServer::kFramesPerSecond / kMicrosecondsPerSecond;
-    return frameTimeUs(frame + 1) <= timeUs ? frame + 1 : frame;
+    return timeUs * ControllerServer::kFramesPerSecond / kMicrosecondsPerSecond;
 }
 
 } // namespace
@@ -116,7 +116,6 @@ void ControllerServer::removeClient(ClientSession *client)
     if (!m_clients.removeOne(client))
         return;
     client->deleteLater();
-    scheduleNext();
 }
 
 void ControllerServer::processDue()

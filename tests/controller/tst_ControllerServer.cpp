@@ -2,6 +2,7 @@
 
 #include <controller/CommandTable.h>
 #include <controller/ControllerServer.h>
+#include <controller/DataLineWriter.h>
 #include <controller/SimulationClock.h>
 
 #include <tests/support/TestMain.h>
@@ -364,6 +365,22 @@ private slots:
         QCOMPARE(lines.size(), 120);
         for (const QByteArray &line : lines)
             QVERIFY(line.startsWith("6d 2 [0 1.000]["));
+    }
+
+    void aFrameShowsTheBodiesAtItsOwnTime()
+    {
+        start(Scenario::builtIn(), 5);
+        const ControllerState untouched(Scenario::builtIn(), 5);
+        Client client(*m_server);
+        DataReceiver data;
+        client.ask(data.connectRequest());
+        client.ask("quorel2 tracking start");
+        m_clock->advance(50);
+        const QList<QByteArray> lines = data.take(3);
+        QCOMPARE(lines.size(), 3);
+        const qint64 timesUs[] = {16667, 33334, 50000};
+        for (int i = 0; i < 3; ++i)
+            QCOMPARE(lines[i], DataLineWriter::bodyLine(untouched, timesUs[i]));
     }
 
     void eachActiveOutputIsADatagramOfItsOwn()
