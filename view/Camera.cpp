@@ -53,9 +53,14 @@ void Camera::translate(double x, double y, double z)
 
 void Camera::setOrientation(const bsMatrix &rotation)
 {
-    m_view.orientation = bsQuaternion::fromMatrix(rotation);
-    m_view.orientation.normalize();
+    setViewOrientation(rotation);
     store();
+}
+
+void Camera::setViewOrientation(const bsMatrix &rotation)
+{
+    m_view.orientation = bsPose::fromMatrix(rotation, 0.0).orientation;
+    m_view.orientation.normalize();
 }
 
 void Camera::setPosition(const bsVector &position)
@@ -74,8 +79,7 @@ void Camera::transform(const bsMatrix &matrix)
 {
     const bsMatrix product = m_view.toMatrix() * matrix;
     m_view.position = product.column(3);
-    m_view.orientation = bsQuaternion::fromMatrix(product);
-    m_view.orientation.normalize();
+    setViewOrientation(product);
     store();
 }
 

@@ -37,6 +37,8 @@ public:
     void setOnline(bool online);
 
 private:
+    void setViewOrientation(const bsMatrix &rotation);
+
     bsPose m_view;
     bsPose m_savedView;
     bsPose m_offlineView;

@@ -7,6 +7,7 @@
 #include <model/CoordinateOperations.h>
 #include <model/abcLine.h>
 #include <model/abcMarker.h>
+#include <model/bsPose.h>
 #include <model/bsQuaternion.h>
 
 #include <QMenu>
@@ -228,7 +229,9 @@ void GLCanvas::translateBody(double x, double y, double z)
 
 void GLCanvas::rotateBody(bsMatrix m)
 {
-    m_body.setPendingOrientation(bsQuaternion::fromMatrix(m));
+    bsQuaternion orientation = bsPose::fromMatrix(m, 0.0).orientation;
+    orientation.normalize();
+    m_body.setPendingOrientation(orientation);
     update();
 }
 

@@ -69,6 +69,7 @@ private slots:
     void resetParkedViewsLeavesTheShownView();
     void resetParkedViewsForgetsBothParkedCameras();
     void storingHalfATurnKeepsIt();
+    void halfTurnsByMatrixAreTaken();
     void thousandsOfSmallStepsStayARotation();
 };
 
@@ -268,17 +269,31 @@ void tst_Camera::resetParkedViewsForgetsBothParkedCameras()
 
 void tst_Camera::storingHalfATurnKeepsIt()
 {
-    for (const double angle : {179.99999, 180.0, -180.0}) {
+    for (const double angle : {170.0, 179.0, 179.99, 179.9999, 179.999999, 180.0, -180.0}) {
         Camera camera;
         camera.rotate(angle, 0.0, 0.0);
-        camera.store();
-        camera.rotate(0.0, angle, 0.0);
         for (int i = 0; i < 50; ++i) {
             camera.store();
+            camera.rotate(0.0, 0.0, 0.0);
             camera.translate(1.0, 0.0, 0.0);
         }
-        const Eigen::Matrix3d wanted = turn(0.0, angle, 0.0) * turn(angle, 0.0, 0.0);
-        QVERIFY(isClose(matrixOf(camera.view()), pose(wanted, 50.0, 0.0, -300.0)));
+        QVERIFY(isClose(matrixOf(camera.view()), pose(turn(angle, 0.0, 0.0), 50.0, 0.0, -300.0)));
+    }
+}
+
+void tst_Camera::halfTurnsByMatrixAreTaken()
+{
+    // Rounding leaves the diagonal's sum on either side of -1.
+    for (int i = 0; i < 360; ++i) {
+        const Eigen::Matrix3d start = turn(i, 3.0 * i, 0.0);
+        const Eigen::Vector3d axis = Eigen::Vector3d(i - 100.0, 50.0, 7.0).normalized();
+        const Eigen::Matrix3d halfTurn = Eigen::AngleAxisd(M_PI, axis).toRotationMatrix();
+        Camera camera;
+        camera.setOrientation(toMatrix(pose(halfTurn, 0.0, 0.0, 0.0)));
+        QVERIFY((matrixOf(camera.view()).topLeftCorner<3, 3>() - halfTurn).norm() < 1e-6);
+        camera.setOrientation(toMatrix(pose(start, 0.0, 0.0, 0.0)));
+        camera.transform(toMatrix(pose(start.transpose() * halfTurn, 0.0, 0.0, 0.0)));
+        QVERIFY((matrixOf(camera.view()).topLeftCorner<3, 3>() - halfTurn).norm() < 1e-6);
     }
 }
 

@@ -263,6 +263,8 @@ void tst_DrawingGeometry::coneSideHasTheConeLength()
         for (const bool small : {false, true}) {
             const EmissionCone cone = emissionCone(angle, small);
             QVERIFY(isClose(std::hypot(cone.height, cone.radius), small ? 15.0 : 25.8));
+            QVERIFY(cone.height >= 0.0 && cone.radius >= 0.0);
+            QCOMPARE(cone.backward, angle > 90);
         }
     }
 }

@@ -610,11 +610,14 @@ void tst_GLCanvasPicture::firstSelectedIsOutlinedWhiteSecondGrey()
         const double radius = projection.pixels(small ? 3.0 : 10.0, 180.0);
         const QPointF point(image.width() / 2.0, image.height() / 2.0);
         QMap<QString, int> colours;
-        countPixels(image, point, radius * 1.07, radius * 1.35, [&](const QColor &colour) {
+        countPixels(image, point, radius * 1.07, radius * 1.2 + 1.0, [&](const QColor &colour) {
             if (isLit(colour))
                 ++colours[colour.name()];
             return false;
         });
+        // Its radius is 1.2 times the marker's.
+        if (countPixels(image, point, radius * 1.2 + 1.0, radius * 1.5, isLit) > 0)
+            colours[QStringLiteral("outside")] = 1;
         return colours;
     };
     const auto isOnly = [](const QMap<QString, int> &colours, const QColor &colour) {
