@@ -10,6 +10,7 @@
 #include <widgets/BodyTable.h>
 #include <widgets/HelpDialog.h>
 #include <widgets/SetAxisDialog.h>
+#include <widgets/UnfocusedWheelFilter.h>
 #include <widgets/WidgetResources.h>
 #include <widgets/xyzWidget.h>
 
@@ -237,8 +238,7 @@ void BodyAdjustmentDialog::configureValueWidgets()
     configure(m_form->ori_xyzWidget, WheelOnly, 0.0, kFullTurnDeg, true);
 
     // The list would change body under a pointer that only scrolls past it.
-    m_form->body_name->setFocusPolicy(Qt::StrongFocus);
-    m_form->body_name->installEventFilter(this);
+    UnfocusedWheelFilter::install(m_form->body_name);
 }
 
 void BodyAdjustmentDialog::connectWidgets()
@@ -322,16 +322,6 @@ void BodyAdjustmentDialog::handOverDisplayFlags()
     m_canvas->showXZGrid(m_display.showXz);
     m_canvas->setRoomAxesVisible(m_display.showRoomOrientation);
     m_canvas->showMarkerEmissions(m_display.markerEmissions);
-}
-
-bool BodyAdjustmentDialog::eventFilter(QObject *watched, QEvent *event)
-{
-    if (watched == m_form->body_name && event->type() == QEvent::Wheel &&
-        !m_form->body_name->hasFocus()) {
-        event->ignore();
-        return true;
-    }
-    return QDialog::eventFilter(watched, event);
 }
 
 // Opening, showing, hiding, closing ---------------------------------------------------------------

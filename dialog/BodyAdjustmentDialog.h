@@ -115,9 +115,6 @@ public slots:
     void enable_undo_disable_redo();
     void onCanDeleteMarker();
 
-protected:
-    bool eventFilter(QObject *watched, QEvent *event) override;
-
 private:
     Q_DISABLE_COPY(BodyAdjustmentDialog)
 

@@ -1,5 +1,6 @@
 #include "SetAxisDialog.h"
 
+#include "UnfocusedWheelFilter.h"
 #include "ui_SetAxisDialogClass.h"
 
 SetAxisDialog::SetAxisDialog(QWidget *parent)
@@ -12,6 +13,8 @@ SetAxisDialog::SetAxisDialog(QWidget *parent)
     m_form->axisToCalculateComboBox->setCurrentIndex(Z);
     m_form->axisToPreserveComboBox->removeItem(X);
     m_form->axisToCalculateComboBox->setEnabled(false);
+    UnfocusedWheelFilter::install(m_form->axisToSetComboBox);
+    UnfocusedWheelFilter::install(m_form->axisToPreserveComboBox);
 
     // Accepted first: whoever hears of the axes finds the dialog closed.
     connect(m_form->pushButton_ok, &QPushButton::clicked, this, &SetAxisDialog::accept);

@@ -9,6 +9,7 @@
 #include <QMetaMethod>
 #include <QPushButton>
 #include <QScopedPointer>
+#include <QWheelEvent>
 #include <QtTest>
 
 Q_DECLARE_METATYPE(abcAxis)
@@ -55,6 +56,7 @@ private slots:
     void cancelTellsNothing();
     void returnConfirmsFromEveryBox_data();
     void returnConfirmsFromEveryBox();
+    void scrollingPastABoxChangesNothing();
     void reopenedItKeepsTheChoice();
     void tabRunsFromTopToBottom();
     void longTextsAreNotClipped();
@@ -339,6 +341,19 @@ void tst_SetAxisDialog::returnConfirmsFromEveryBox()
     QTest::keyClick(widget, Qt::Key_Return);
     QVERIFY(!m_dialog->isVisible());
     QCOMPARE(m_pairs, QList<AxisPair>{AxisPair(X, Y)});
+}
+
+void tst_SetAxisDialog::scrollingPastABoxChangesNothing()
+{
+    show();
+    button("pushButton_cancel")->setFocus();
+    for (const char *name : {"axisToSetComboBox", "axisToPreserveComboBox"}) {
+        const QPointF local = box(name)->rect().center();
+        QWheelEvent event(local, box(name)->mapToGlobal(local.toPoint()), QPoint(), QPoint(0, -120),
+                          Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(box(name), &event);
+        QCOMPARE(box(name)->currentIndex(), 0);
+    }
 }
 
 void tst_SetAxisDialog::reopenedItKeepsTheChoice()
