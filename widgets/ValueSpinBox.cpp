@@ -130,13 +130,6 @@ void ValueSpinBox::focusOutEvent(QFocusEvent *event)
         lineEdit()->setModified(false);
 }
 
-void ValueSpinBox::changeEvent(QEvent *event)
-{
-    QDoubleSpinBox::changeEvent(event);
-    if (event->type() == QEvent::LocaleChange)
-        setSuffix(suffix()); // writes the text anew
-}
-
 /// The text without prefix and suffix, its sign, digits and decimal separators (of whatever script)
 /// as the C locale writes them. Anything else stays as it is.
 QString ValueSpinBox::plainNumber(const QString &text) const
@@ -150,10 +143,9 @@ QString ValueSpinBox::plainNumber(const QString &text) const
     for (QChar &character : number) {
         if (character.isDigit())
             character = QLatin1Char(static_cast<char>('0' + character.digitValue()));
-        else if (character == QLatin1Char(',') || character == arabicDecimalSeparator ||
-                 character == locale().decimalPoint())
+        else if (character == QLatin1Char(',') || character == arabicDecimalSeparator)
             character = QLatin1Char('.');
-        else if (character == minusSign || character == locale().negativeSign())
+        else if (character == minusSign)
             character = QLatin1Char('-');
     }
     return number;

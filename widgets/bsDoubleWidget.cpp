@@ -2,7 +2,6 @@
 
 #include "ValueSpinBox.h"
 
-#include <QApplication>
 #include <QBoxLayout>
 #include <QEvent>
 #include <QKeyEvent>
@@ -429,8 +428,7 @@ bool bsDoubleWidget::eventFilter(QObject *watched, QEvent *event)
 {
     // While its own spin box is hidden the wheel keeps the focus; whoever turned it by keys may
     // never have had the pointer over it.
-    if (watched == m_wheel && event->type() == QEvent::FocusOut &&
-        QApplication::focusWidget() != m_spinBox) {
+    if (watched == m_wheel && event->type() == QEvent::FocusOut) {
         const QPointer<bsDoubleWidget> alive(this);
         setEditingFinished();
         if (!alive)

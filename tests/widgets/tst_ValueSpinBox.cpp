@@ -306,13 +306,19 @@ void tst_ValueSpinBox::valuesAreShownWithoutDigitGroups()
 
 void tst_ValueSpinBox::digitsOfOtherScriptsAreRead()
 {
+    const auto read = [this](QString text) {
+        int position = 0;
+        return m_spinBox->validate(text, position) == QValidator::Acceptable
+                   ? m_spinBox->valueFromText(text)
+                   : qQNaN();
+    };
     // Eastern Arabic digits and separator, and the typographic minus sign.
-    QCOMPARE(m_spinBox->valueFromText(QStringLiteral("\u0661\u0662\u066B\u0665")), 12.5);
-    QCOMPARE(m_spinBox->valueFromText(QStringLiteral("\u221212.5")), -12.5);
+    QCOMPARE(read(QStringLiteral("\u0661\u0662\u066B\u0665")), 12.5);
+    QCOMPARE(read(QStringLiteral("\u221212.5")), -12.5);
     for (const char *name : {"ar_EG", "fa_IR", "sv_SE", "nb_NO"}) {
         m_spinBox->setLocale(QLocale(QString::fromLatin1(name)));
-        const QString shown = m_spinBox->textFromValue(-12.5);
-        QCOMPARE(m_spinBox->valueFromText(shown), -12.5);
+        QVERIFY2(read(m_spinBox->textFromValue(-12.5)) == -12.5,
+                 qPrintable(m_spinBox->textFromValue(-12.5)));
     }
 }
 

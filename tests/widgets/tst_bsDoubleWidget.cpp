@@ -927,6 +927,9 @@ void tst_bsDoubleWidget::dragAfterScrollingIsTheSameGesture()
     scroll(m_wheel, 120);
     pressWheel(90);
     dragWheelTo(100);
+    QEvent leaving(QEvent::Leave);
+    QApplication::sendEvent(m_widget, &leaving);
+    QVERIFY(m_widget->isEditing());
     releaseWheel(100);
     QCOMPARE(takeEmitted(), QStringList({QStringLiteral("begin"), QStringLiteral("value 1"),
                                          QStringLiteral("value 2"), QStringLiteral("finished")}));
@@ -1369,16 +1372,21 @@ void tst_bsDoubleWidget::hidingEndsTheGesture()
 void tst_bsDoubleWidget::disablingEndsTheGesture_data()
 {
     QTest::addColumn<int>("mode");
-    QTest::newRow("dragging the wheel") << int(WheelOnly);
-    QTest::newRow("typing") << int(SpinBoxOnly);
+    QTest::addColumn<bool>("byScrolling");
+    QTest::newRow("dragging the wheel") << int(WheelOnly) << false;
+    QTest::newRow("scrolling the wheel") << int(WheelOnly) << true;
+    QTest::newRow("typing") << int(SpinBoxOnly) << false;
 }
 
 void tst_bsDoubleWidget::disablingEndsTheGesture()
 {
     QFETCH(int, mode);
+    QFETCH(bool, byScrolling);
     build(bsDoubleMode(mode), -999.99, 999.99, false);
     show();
-    if (mode == WheelOnly) {
+    if (byScrolling) {
+        scroll(m_wheel, 120);
+    } else if (mode == WheelOnly) {
         pressWheel(90);
         dragWheelTo(100);
     } else {
@@ -1389,7 +1397,7 @@ void tst_bsDoubleWidget::disablingEndsTheGesture()
     m_widget->setEnabled(false);
     QCOMPARE(takeEmitted(), QStringList({QStringLiteral("finished")}));
     QVERIFY(!m_widget->isEditing());
-    if (mode == WheelOnly)
+    if (mode == WheelOnly && !byScrolling)
         releaseWheel(100);
     m_widget->setEnabled(true);
     QCOMPARE(takeEmitted(), QStringList());
