@@ -392,27 +392,28 @@ ScenarioReader::ValueReader ScenarioReader::faultKind(FaultPlan::Fault *fault)
 bool ScenarioReader::readReplyFault(const QJsonValue &value, const QString &place)
 {
     Scenario::NumberedFault entry;
-    if (!readObject(value, place,
-                    {{"reply", true, wholeNumber(&entry.reply, 1, 1000000)},
-                     {"kind", true, faultKind(&entry.fault)},
-                     {"delayMs", false, wholeNumber(&entry.fault.delayMs, 0, 600000)}}))
+    const QVector<Key> keys = {{"reply", true, wholeNumber(&entry.reply, 1, 1000000)},
+                               {"kind", true, faultKind(&entry.fault)},
+                               {"delayMs", false, wholeNumber(&entry.fault.delayMs, 0, 600000)}};
+    if (!readObject(value, place, keys))
         return false;
     m_scenario.numberedFaults.append(entry);
     return true;
-}
+} // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): the list of keys owns its readers
 
 bool ScenarioReader::readRequestFault(const QJsonValue &value, const QString &place)
 {
     Scenario::RequestFault entry;
-    if (!readObject(value, place,
-                    {{"request", true, text(&entry.request, CommandTable::kMaximumRequestLength)},
-                     {"kind", true, faultKind(&entry.fault)},
-                     {"delayMs", false, wholeNumber(&entry.fault.delayMs, 0, 600000)},
-                     {"times", false, wholeNumber(&entry.times, -1, 1000000)}}))
+    const QVector<Key> keys = {
+        {"request", true, text(&entry.request, CommandTable::kMaximumRequestLength)},
+        {"kind", true, faultKind(&entry.fault)},
+        {"delayMs", false, wholeNumber(&entry.fault.delayMs, 0, 600000)},
+        {"times", false, wholeNumber(&entry.times, -1, 1000000)}};
+    if (!readObject(value, place, keys))
         return false;
     m_scenario.requestFaults.append(entry);
     return true;
-}
+} // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): the list of keys owns its readers
 
 bool ScenarioReader::readSetup(const QJsonValue &value, const QString &place)
 {
