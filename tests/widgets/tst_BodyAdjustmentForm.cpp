@@ -95,17 +95,17 @@ const Entry entries[] = {
      "<html><head/><body><p><span style=\" font-size:8pt; "
      "color:#ff0000;\">px</span></p></body></html>",
      "", "", "", ""},
-    {"doubleSpinBox_ex", "QDoubleSpinBox", "", "", "", "", ""},
+    {"doubleSpinBox_ex", "ValueSpinBox", "", "", "", "", ""},
     {"label_ey_1", "QLabel",
      "<html><head/><body><p><span style=\" font-size:8pt; "
      "color:#00aa00;\">py</span></p></body></html>",
      "", "", "", ""},
-    {"doubleSpinBox_ey", "QDoubleSpinBox", "", "", "", "", ""},
+    {"doubleSpinBox_ey", "ValueSpinBox", "", "", "", "", ""},
     {"label_ez_1", "QLabel",
      "<html><head/><body><p><span style=\" font-size:8pt; "
      "color:#0000ff;\">pz</span></p></body></html>",
      "", "", "", ""},
-    {"doubleSpinBox_ez", "QDoubleSpinBox", "", "", "", "", ""},
+    {"doubleSpinBox_ez", "ValueSpinBox", "", "", "", "", ""},
     {"label_normalized", "QLabel", "normalized:", "", "", "", ""},
     {"label_ex_2", "QLabel",
      "<html><head/><body><p><span style=\" font-size:8pt; "
@@ -125,7 +125,7 @@ const Entry entries[] = {
     {"line_7", "QFrame", "", "", "", "", ""},
     {"label_openingAngle", "QLabel", "opening angle", "", "", "", ""},
     {"label_alpha", "QLabel", "alpha [deg]", "", "", "", ""},
-    {"doubleSpinBox_alpha", "QDoubleSpinBox", "", "", "", "", ""},
+    {"doubleSpinBox_alpha", "ValueSpinBox", "", "", "", "", ""},
     {"view_pos_label", "QLabel", "View position", "", "", "", ""},
     {"pos_xyzWidget", "xyzWidget", "", "Change the position of viewing the body", "", "", ""},
     {"view_ori_label", "QLabel", "View orientation", "", "", "", ""},
