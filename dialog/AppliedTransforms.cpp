@@ -7,13 +7,14 @@ void AppliedTransforms::reset(int bodyCount)
     m_changed = QBitArray(bodyCount);
 }
 
-void AppliedTransforms::add(int bodyNumber, int listIndex, const bsMatrix &written)
+void AppliedTransforms::add(int bodyNumber, int listIndex, const bsMatrix &written, bool confirmed)
 {
     if (bodyNumber < 1 || listIndex < 0)
         return;
     growTo(bodyNumber, listIndex + 1);
     m_slots[bodyNumber - 1] *= written;
-    m_written[listIndex] = written * m_written.at(listIndex);
+    if (confirmed)
+        m_written[listIndex] = written * m_written.at(listIndex);
     m_changed.setBit(listIndex);
 }
 
@@ -34,12 +35,16 @@ bsMatrix AppliedTransforms::discardTransform(int bodyNumber) const
     return m_slots.at(bodyNumber - 1).rigidInverse();
 }
 
-bsMatrix AppliedTransforms::correctionAfterDiscard(int bodyNumber, int listIndex) const
+bsMatrix AppliedTransforms::correctionAfterDiscard(int bodyNumber, int listIndex,
+                                                   bool discarded) const
 {
     if (!isChanged(listIndex))
         return bsMatrix::identity();
+    const bsMatrix undoWritten = m_written.at(listIndex).rigidInverse();
+    if (!discarded)
+        return undoWritten;
     // The body stands at discard * written; the correction takes that back to the identity.
-    return m_written.at(listIndex).rigidInverse() * discardTransform(bodyNumber).rigidInverse();
+    return undoWritten * discardTransform(bodyNumber).rigidInverse();
 }
 
 void AppliedTransforms::growTo(int slotCount, int listSize)

@@ -16,7 +16,10 @@ public:
     void reset(int bodyCount);
 
     /// Keeps a transform that was written to the body of that number at that list position.
-    void add(int bodyNumber, int listIndex, const bsMatrix &written);
+    /// @param confirmed  whether the controller said that it took it; one that it refused counts
+    /// for
+    ///                   the slot, but did not change the body
+    void add(int bodyNumber, int listIndex, const bsMatrix &written, bool confirmed);
 
     bool hasChanges() const;
     int listSize() const { return m_changed.size(); }
@@ -26,12 +29,13 @@ public:
     bsMatrix discardTransform(int bodyNumber) const;
     /// What must follow the discard transform to bring the body at that list position back to where
     /// it was; the identity when the discard transform does.
-    bsMatrix correctionAfterDiscard(int bodyNumber, int listIndex) const;
+    /// @param discarded  whether the controller took the discard transform
+    bsMatrix correctionAfterDiscard(int bodyNumber, int listIndex, bool discarded) const;
 
 private:
     void growTo(int slotCount, int listSize);
 
     QVector<bsMatrix> m_slots;
     QBitArray m_changed;
-    QVector<bsMatrix> m_written; ///< the product of what one body got, the last one leftmost
+    QVector<bsMatrix> m_written; ///< the product of what one body took, the last one leftmost
 };

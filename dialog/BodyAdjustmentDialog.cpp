@@ -159,6 +159,10 @@ void BodyAdjustmentDialog::createCanvasAndMenus()
     m_form->stackedWidget->insertWidget(0, m_canvas);
     m_form->stackedWidget->insertWidget(1, m_table);
     m_form->stackedWidget->setCurrentIndex(0);
+    QWidget::setTabOrder(m_form->body_name, m_canvas);
+    showSharpPicture(m_form->label_3, QStringLiteral(":/due_to_body.png"));
+    showSharpPicture(m_form->label_4, QStringLiteral(":/due_to_room_cog.png"));
+    showSharpPicture(m_form->label_5, QStringLiteral(":/due_to_room.png"));
 
     m_canvasMenu = new QMenu(m_canvas);
     const auto addToggle = [this](const QString &text, bool checked,
@@ -356,8 +360,9 @@ int BodyAdjustmentDialog::update_and_exec()
         showStatusPixmap(QPixmap());
     }
 
-    m_savedMarkers.clear();
-    m_savedEmissions.clear();
+    m_form->set_origin_button->setEnabled(false);
+    m_form->set_axis_button->setEnabled(false);
+    m_saved = SavedMarkers();
     m_pendingDeletedMarker = -1;
     m_markersDeleted = false;
     const int standardCount =
@@ -443,6 +448,7 @@ void BodyAdjustmentDialog::buildBodyList()
         text = tr("<b><font color=red>Multi user should be disabled!</font></b>");
     else if (!m_canvas->isValid())
         text = tr("This display has no OpenGL: bodies are shown in the data view only.");
+    m_openingText = text;
     setErrorText(text);
     update_current_body(-1);
 }
@@ -496,16 +502,24 @@ void BodyAdjustmentDialog::on_ok_button_clicked()
 
 void BodyAdjustmentDialog::reject()
 {
+    // The question below is asked once, however often the window is told to close.
+    if (m_askingToDiscard)
+        return;
     finishOpenEdits();
-    if (m_markersDeleted && !m_savedMarkers.isEmpty()) {
+    if (m_markersDeleted && m_saved.body.isValid()) {
         m_session.stopMeasurement();
         writeSavedMarkersBack();
         m_session.startMeasurement();
     }
     if (m_applied.hasChanges() || m_canvas->hasUnappliedChanges()) {
+        const QPointer<BodyAdjustmentDialog> guard(this);
+        m_askingToDiscard = true;
         const QMessageBox::StandardButton answer = runBox(
             QMessageBox::Warning, tr("Body Adjustment"), tr("Discard the changes for all bodies?"),
             QMessageBox::Yes | QMessageBox::No, QMessageBox::No);
+        if (!guard)
+            return;
+        m_askingToDiscard = false;
         if (answer != QMessageBox::Yes)
             return;
         restoreChangedBodies();
@@ -537,14 +551,7 @@ void BodyAdjustmentDialog::answerRequest()
 void BodyAdjustmentDialog::update_current_body(int index, bool show_msg)
 {
     m_pollTimer->stop();
-    {
-        const std::lock_guard<DataMutex> lock(m_dataMutex);
-        for (TrackedPoseSlot *slot : {&m_standardPose, &m_vimbarPose}) {
-            TrackedPose pose = slot->load();
-            pose.quality = -1.0F;
-            slot->store(pose);
-        }
-    }
+    forgetTracking();
     if (index < 0) {
         chooseNoBody();
         return;
@@ -555,10 +562,12 @@ void BodyAdjustmentDialog::update_current_body(int index, bool show_msg)
         // The open list would keep the mouse from the question.
         m_form->body_name->hidePopup();
         const QPointer<BodyAdjustmentDialog> guard(this);
+        const bool wasVisible = isVisible();
         const QMessageBox::StandardButton answer =
             runBox(QMessageBox::Warning, tr("Body Adjustment"), tr("Apply the changes?"),
                    QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes);
-        if (!guard)
+        // The host may have ended or hidden the dialog meanwhile.
+        if (!guard || (wasVisible && !isVisible()))
             return;
         if (answer == QMessageBox::Yes)
             writeTransform();
@@ -612,29 +621,38 @@ bool BodyAdjustmentDialog::loadChosenBody(int index, bool alwaysEnableEditing)
 
 bool BodyAdjustmentDialog::showCalibratedBody(bool alwaysEnableEditing)
 {
-    m_form->loadBody->setText(hasCylinderMarkers()
-                                  ? tr("<b><font color=gray>Bod&y has cylinder marker!</font></b>")
-                                  : tr("Bod&y"));
+    m_form->loadBody->setText(captionOfChosenBody());
     connect(this, &BodyAdjustmentDialog::set_chosen_body_tracked, this,
             &BodyAdjustmentDialog::update_room_buttons, Qt::UniqueConnection);
-    if (!m_catalogue.loadMarkers(m_chosen.type, m_chosen.number(), &m_loadedMarkers,
-                                 &m_loadedEmissions)) {
+    QVector<bsVector> markers;
+    QVector<Emission> emissions;
+    if (!m_catalogue.loadMarkers(m_chosen.type, m_chosen.number(), &markers, &emissions)) {
+        if (m_inCanvas.isValid())
+            chooseBodyInCanvas();
         m_pollTimer->start();
         return false;
     }
+    m_loadedMarkers = markers;
+    m_loadedEmissions = emissions;
     m_table->showRawMarkers(m_chosen.number(), m_loadedMarkers, m_loadedEmissions);
     if (m_canvas->isBodyLoaded())
         emptyCanvas();
     const QPointer<BodyAdjustmentDialog> guard(this);
+    // A body that is none is reported in a message box.
+    ++m_openBoxes;
     const bool shown = m_canvas->setBody(m_loadedMarkers, m_loadedEmissions);
     if (!guard)
         return false;
+    --m_openBoxes;
     if (shown) {
         m_inCanvas = m_chosen;
         if (m_form->online_checkbox->isChecked())
             m_canvas->setOnline(true);
     }
     refreshEditButtons();
+    // Also while online: the room buttons are for standard targets only.
+    if (m_chosenTargetType != kStandardTarget)
+        setRoomButtonsEnabled(false);
     if (alwaysEnableEditing || (!m_readOnly && !hasCylinderMarkers())) {
         enableEditing(false);
         setTabsEnabled(true);
@@ -643,6 +661,20 @@ bool BodyAdjustmentDialog::showCalibratedBody(bool alwaysEnableEditing)
         setTabsEnabled(false);
     }
     return true;
+}
+
+/// The body that is still shown is the chosen one again, in the list too: what is seen, what is
+/// named and what would be written must not differ.
+void BodyAdjustmentDialog::chooseBodyInCanvas()
+{
+    const int listIndex = m_inCanvas.listIndex;
+    BodyListEntry entry;
+    if (!BodyListEntry::fromText(m_form->body_name->itemData(listIndex).toString(), &entry))
+        return;
+    setChosenBody(entry.type, entry.number - 1, entry.calibrated, entry.targetType, listIndex);
+    m_form->loadBody->setText(captionOfChosenBody());
+    const QSignalBlocker blocker(m_form->body_name);
+    m_form->body_name->setCurrentIndex(listIndex);
 }
 
 void BodyAdjustmentDialog::showUncalibratedBody()
@@ -656,6 +688,7 @@ void BodyAdjustmentDialog::showUncalibratedBody()
         emptyCanvas();
     refreshEditButtons();
     disableEditing(true);
+    setRoomButtonsEnabled(false);
 }
 
 /// The cameras of both modes stay as they are.
@@ -675,6 +708,18 @@ void BodyAdjustmentDialog::setChosenBody(const QString &type, int index, bool ca
     m_chosenCalibrated = calibrated;
     m_chosenTargetType = targetType;
     updateLineFilter();
+    // Lines of the body that was left may have come until now.
+    forgetTracking();
+}
+
+void BodyAdjustmentDialog::forgetTracking()
+{
+    const std::lock_guard<DataMutex> lock(m_dataMutex);
+    for (TrackedPoseSlot *slot : {&m_standardPose, &m_vimbarPose}) {
+        TrackedPose pose = slot->load();
+        pose.quality = -1.0F;
+        slot->store(pose);
+    }
 }
 
 void BodyAdjustmentDialog::updateLineFilter()
@@ -684,6 +729,12 @@ void BodyAdjustmentDialog::updateLineFilter()
     m_lineFilter.isVimbar = isType(m_chosen.type, "vimbar");
     m_lineFilter.index = m_chosen.index;
     m_lineFilter.multiUserWithHead = m_multiUserWithHead;
+}
+
+QString BodyAdjustmentDialog::captionOfChosenBody() const
+{
+    return hasCylinderMarkers() ? tr("<b><font color=gray>Bod&y has cylinder marker!</font></b>")
+                                : tr("Bod&y");
 }
 
 bool BodyAdjustmentDialog::hasCylinderMarkers() const
@@ -788,7 +839,7 @@ void BodyAdjustmentDialog::enableEmissionTab(bool /*b*/) {}
 
 void BodyAdjustmentDialog::update_room_buttons(bool status)
 {
-    if (m_online && !m_readOnly && m_chosenTargetType == kStandardTarget)
+    if (m_online && !m_readOnly && m_chosenCalibrated && m_chosenTargetType == kStandardTarget)
         setRoomButtonsEnabled(status);
     if (m_chosen.isValid() && m_chosenCalibrated)
         showStatusPixmap(status ? m_greenPixmap : m_redPixmap);
@@ -810,8 +861,11 @@ bool BodyAdjustmentDialog::canDeleteMarkers() const
 
 void BodyAdjustmentDialog::refreshEditButtons()
 {
-    m_form->undo_button->setEnabled(m_canvas->body().undoCount() > 0 || m_markersDeleted);
-    m_form->redo_button->setEnabled(m_canvas->body().redoCount() > 0);
+    const bool savedHere = m_saved.body.isValid() && m_saved.body.isSame(m_chosen);
+    m_form->undo_button->setEnabled(m_canvas->body().undoCount() > 0 ||
+                                    (savedHere && m_markersDeleted));
+    m_form->redo_button->setEnabled(m_canvas->body().redoCount() > 0 ||
+                                    (savedHere && m_pendingDeletedMarker >= 0));
     m_form->apply_button->setEnabled(m_canvas->hasUnappliedChanges());
 }
 
@@ -842,7 +896,7 @@ void BodyAdjustmentDialog::afterOperation(bool done)
         refreshEditButtons();
         return;
     }
-    setErrorText(QString());
+    setErrorText(m_openingText);
     apply_button_enable(true);
     refillTable();
 }
@@ -915,8 +969,42 @@ void BodyAdjustmentDialog::on_apply_button_clicked()
 void BodyAdjustmentDialog::writeTransform()
 {
     const bsMatrix transform = bsPose::fromMatrix(m_canvas->bodyTransform(), 0.0).toMatrix();
-    if (m_writer.writeTransform(m_inCanvas.type, m_inCanvas.number(), transform))
-        m_applied.add(m_inCanvas.number(), m_inCanvas.listIndex, transform);
+    bool confirmed = false;
+    if (!m_writer.writeTransform(m_inCanvas.type, m_inCanvas.number(), transform, &confirmed))
+        return;
+    m_applied.add(m_inCanvas.number(), m_inCanvas.listIndex, transform, confirmed);
+    if (confirmed)
+        adoptWrittenTransform(transform);
+}
+
+/// The body is shown as the controller now holds it. Should the reading that follows fail, nothing
+/// is left that could be written once more.
+void BodyAdjustmentDialog::adoptWrittenTransform(const bsMatrix &transform)
+{
+    const auto carryPositions = [&transform](QVector<bsVector> *positions) {
+        for (bsVector &position : *positions)
+            position = transform.transform(position);
+    };
+    const auto carryEmissions = [&transform](QVector<Emission> *emissions) {
+        for (Emission &emission : *emissions) {
+            const bsVector direction =
+                transform.transform(bsVector(emission.x, emission.y, emission.z)) -
+                transform.column(3);
+            emission = {direction.x, direction.y, direction.z, emission.angleDeg};
+        }
+    };
+    QVector<bsVector> positions = m_canvas->body().markerPositions();
+    QVector<Emission> emissions;
+    const QList<MarkerRecord> records = m_canvas->markerRecords();
+    for (const MarkerRecord &record : records)
+        emissions.append(record.emission);
+    carryPositions(&positions);
+    carryEmissions(&emissions);
+    m_canvas->setBody(positions, emissions);
+    if (m_saved.body.isSame(m_inCanvas)) {
+        carryPositions(&m_saved.positions);
+        carryEmissions(&m_saved.emissions);
+    }
 }
 
 void BodyAdjustmentDialog::restoreChangedBodies()
@@ -931,10 +1019,11 @@ void BodyAdjustmentDialog::restoreChangedBodies()
             m_channel.postError("Error: Wrong body ID. Cannot discard changes");
             break;
         }
+        bool discarded = false;
         if (!m_writer.writeTransform(entry.type, entry.number,
-                                     m_applied.discardTransform(entry.number)))
+                                     m_applied.discardTransform(entry.number), &discarded))
             break;
-        const bsMatrix correction = m_applied.correctionAfterDiscard(entry.number, i);
+        const bsMatrix correction = m_applied.correctionAfterDiscard(entry.number, i, discarded);
         if (isWorthSending(correction) &&
             !m_writer.writeTransform(entry.type, entry.number, correction))
             break;
@@ -945,28 +1034,26 @@ void BodyAdjustmentDialog::restoreChangedBodies()
 void BodyAdjustmentDialog::on_undo_button_clicked()
 {
     finishOpenEdits();
-    if (m_savedMarkers.isEmpty()) {
+    if (!m_markersDeleted || !m_saved.body.isSame(m_chosen)) {
         m_canvas->undo();
         return;
     }
-    m_loadedMarkers = m_savedMarkers;
-    m_loadedEmissions = m_savedEmissions;
+    m_loadedMarkers = m_saved.positions;
+    m_loadedEmissions = m_saved.emissions;
     m_session.stopMeasurement();
     writeSavedMarkersBack();
     m_session.startMeasurement();
-    const QPointer<BodyAdjustmentDialog> guard(this);
     m_canvas->setBody(m_loadedMarkers, m_loadedEmissions);
-    if (!guard)
-        return;
+    m_table->showRawMarkers(m_chosen.number(), m_loadedMarkers, m_loadedEmissions);
     m_markersDeleted = false;
-    m_form->undo_button->setEnabled(false);
-    m_form->redo_button->setEnabled(true);
+    m_pendingDeletedMarker = m_saved.deletedMarker;
+    refreshEditButtons();
 }
 
 void BodyAdjustmentDialog::on_redo_button_clicked()
 {
     finishOpenEdits();
-    if (m_pendingDeletedMarker < 0) {
+    if (m_pendingDeletedMarker < 0 || !m_saved.body.isSame(m_chosen)) {
         m_canvas->redo();
         return;
     }
@@ -974,12 +1061,8 @@ void BodyAdjustmentDialog::on_redo_button_clicked()
     m_writer.deleteMarker(m_chosen.type, m_chosen.number(), m_pendingDeletedMarker);
     m_session.startMeasurement();
     m_pendingDeletedMarker = -1;
-    const QPointer<BodyAdjustmentDialog> guard(this);
-    update_current_body(m_chosen.index, true);
-    if (!guard)
-        return;
-    m_form->redo_button->setEnabled(false);
     m_markersDeleted = true;
+    update_current_body(m_chosen.index, true);
 }
 
 void BodyAdjustmentDialog::on_pushButton_deleteMarker_clicked()
@@ -993,23 +1076,20 @@ void BodyAdjustmentDialog::on_pushButton_deleteMarker_clicked()
                QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::Cancel);
     if (!guard || answer != QMessageBox::Ok)
         return;
-    m_savedMarkers = m_loadedMarkers;
-    m_savedEmissions = m_loadedEmissions;
-    m_pendingDeletedMarker = marker;
+    m_saved = {m_inCanvas, m_loadedMarkers, m_loadedEmissions, marker};
+    m_pendingDeletedMarker = -1;
+    m_markersDeleted = true;
     m_session.stopMeasurement();
     m_writer.deleteMarker(m_chosen.type, m_chosen.number(), marker);
     m_session.startMeasurement();
     // The body's index stands in for a list position here, and stays so.
     update_current_body(m_chosen.index, true);
-    if (!guard)
-        return;
-    m_form->undo_button->setEnabled(true);
-    m_markersDeleted = true;
 }
 
 void BodyAdjustmentDialog::writeSavedMarkersBack()
 {
-    m_writer.writeMarkers(m_chosen.type, m_chosen.number(), m_savedMarkers, m_savedEmissions);
+    m_writer.writeMarkers(m_saved.body.type, m_saved.body.number(), m_saved.positions,
+                          m_saved.emissions);
 }
 
 // View --------------------------------------------------------------------------------------------

@@ -125,6 +125,17 @@ private:
         int listIndex = -1;
         bool isValid() const { return index >= 0; }
         int number() const { return index + 1; }
+        bool isSame(const BodyIdentity &other) const
+        {
+            return isValid() && type == other.type && index == other.index;
+        }
+    };
+    /// The markers of a body before one of them was deleted, in the body's present stored frame.
+    struct SavedMarkers {
+        BodyIdentity body;
+        QVector<bsVector> positions;
+        QVector<Emission> emissions;
+        int deletedMarker = -1; ///< 0-based
     };
     /// What the data-line parser must know of the chosen body.
     struct LineFilter {
@@ -160,6 +171,7 @@ private:
     bool loadChosenBody(int index, bool alwaysEnableEditing);
     bool showCalibratedBody(bool alwaysEnableEditing);
     void showUncalibratedBody();
+    void chooseBodyInCanvas();
     void emptyCanvas();
     void enableEditing(bool viewDisabled);
     void disableEditing(bool viewDisabled);
@@ -169,6 +181,8 @@ private:
     void setErrorText(const QString &text);
     void showStatusPixmap(const QPixmap &pixmap);
     bool hasCylinderMarkers() const;
+    QString captionOfChosenBody() const;
+    void forgetTracking();
 
     /// Counts a value that is typed but not confirmed as finished.
     void finishOpenEdits();
@@ -178,6 +192,7 @@ private:
 
     /// Writes the transform of the body in the canvas and keeps what was written.
     void writeTransform();
+    void adoptWrittenTransform(const bsMatrix &transform);
     void restoreChangedBodies();
     void restoreController();
     void answerRequest();
@@ -221,6 +236,8 @@ private:
     bool m_controllerTaken = false; ///< multi-user and reference are to be restored
     bool m_subscribed = false;
     bool m_unknownTypeBoxOpen = false;
+    bool m_askingToDiscard = false;
+    QString m_openingText; ///< what the error label tells of the whole session
     int m_openBoxes = 0;
     bool m_multiUserWithHead = false;
 
@@ -233,9 +250,8 @@ private:
 
     AppliedTransforms m_applied;
 
-    QVector<bsVector> m_savedMarkers;
-    QVector<Emission> m_savedEmissions;
-    int m_pendingDeletedMarker = -1;
+    SavedMarkers m_saved;
+    int m_pendingDeletedMarker = -1; ///< to be deleted again by Redo
     bool m_markersDeleted = false;
 
     QString m_requestingModule;

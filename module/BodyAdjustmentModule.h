@@ -4,6 +4,7 @@
 
 #include <QList>
 #include <QObject>
+#include <QPointer>
 #include <QString>
 #include <QVariant>
 
@@ -36,7 +37,7 @@ private:
 
     BodyAdjustmentDialog *dialog() const;
 
-    QWidget *m_parentWidget = nullptr;
+    QPointer<QWidget> m_parentWidget;
     QList<MenuEntry *> m_entries;
     MenuEntry m_entry;
     IOManager *m_commandManager = nullptr;

@@ -22,7 +22,8 @@ BodyWriter::BodyWriter(CommandChannel *channel, const BackendVersions *versions)
 {
 }
 
-bool BodyWriter::writeTransform(const QString &type, int number, const bsMatrix &transform)
+bool BodyWriter::writeTransform(const QString &type, int number, const bsMatrix &transform,
+                                bool *confirmed)
 {
     // The way through a quaternion makes the rotation orthonormal again.
     const bsMatrix rigid = bsPose::fromMatrix(transform, 0.0).toMatrix();
@@ -32,6 +33,8 @@ bool BodyWriter::writeTransform(const QString &type, int number, const bsMatrix 
     const CommandChannel::Reply reply = m_channel->transformBody(type, number, numbers);
     if (!reply.isOk())
         m_channel->postError("Error: Unable to set body transformation");
+    if (confirmed)
+        *confirmed = reply.isOk();
     return reply.status == 0;
 }
 

@@ -20,7 +20,9 @@ public:
     /// Sends a transform that maps stored coordinates into the new body coordinates.
     /// @return false for a failed exchange; a reply other than "quorel2 ok" is reported, but counts
     ///         as written
-    bool writeTransform(const QString &type, int number, const bsMatrix &transform);
+    /// @param confirmed  may be null; gets whether the controller said that it took the transform
+    bool writeTransform(const QString &type, int number, const bsMatrix &transform,
+                        bool *confirmed = nullptr);
     /// Sends the count, then every marker with its emission. Measurement must be stopped.
     void writeMarkers(const QString &type, int number, const QVector<bsVector> &positions,
                       const QVector<Emission> &emissions);

@@ -43,28 +43,36 @@ void drawLongAxes(double reach)
     glDisable(GL_LINE_STIPPLE);
 }
 
-void drawBodyGrid(const DisplayOptions &options, const QColor &colour)
+void setColour(const QColor &colour)
 {
     glColor3ub(static_cast<GLubyte>(colour.red()), static_cast<GLubyte>(colour.green()),
                static_cast<GLubyte>(colour.blue()));
+}
+
+void drawBodyGrid(const DisplayOptions &options)
+{
     BodyDrawing::drawGrid(options.gridHalfExtent, options.gridHalfExtent, options.gridSpacing,
                           options.gridSpacing);
 }
 
 void drawGrids(const DisplayOptions &options)
 {
-    if (options.xyGrid)
-        drawBodyGrid(options, options.xyGridColour);
+    if (options.xyGrid) {
+        setColour(options.xyGridColour);
+        drawBodyGrid(options);
+    }
     if (options.yzGrid) {
         glPushMatrix();
+        setColour(options.yzGridColour);
         glRotated(90.0, 0.0, 1.0, 0.0);
-        drawBodyGrid(options, options.yzGridColour);
+        drawBodyGrid(options);
         glPopMatrix();
     }
     if (options.xzGrid) {
         glPushMatrix();
+        setColour(options.xzGridColour);
         glRotated(90.0, 1.0, 0.0, 0.0);
-        drawBodyGrid(options, options.xzGridColour);
+        drawBodyGrid(options);
         glPopMatrix();
     }
 }

@@ -53,8 +53,11 @@ GLCanvas::GLCanvas(QWidget *parent)
     , m_body(this)
 {
     setFocusPolicy(Qt::StrongFocus);
-    m_body.setWarningPresenter([](const QString &title, const QString &text) {
-        QMessageBox::warning(nullptr, title, text, QMessageBox::Ok);
+    m_body.setWarningPresenter([this](const QString &title, const QString &text) {
+        QMessageBox box(QMessageBox::Warning, title, text, QMessageBox::Ok);
+        // The box has no parent, yet must not outlast the canvas.
+        connect(this, &QObject::destroyed, &box, &QMessageBox::reject);
+        box.exec();
     });
     // The first receiver of storeBodyRequest(): whoever else resets its wheels on it does so after
     // the commit.
@@ -202,12 +205,14 @@ void GLCanvas::transformView(bsMatrix m)
 void GLCanvas::rotateViewBegin()
 {
     m_dragMode = RotateDrag;
+    m_mouseDrag = false;
     update();
 }
 
 void GLCanvas::rotateViewEnd()
 {
     m_dragMode = NoDrag;
+    m_mouseDrag = false;
     update();
 }
 
@@ -719,7 +724,7 @@ void GLCanvas::mousePressEvent(QMouseEvent *event)
     const bool withShift = event->modifiers().testFlag(Qt::ShiftModifier);
     const QPoint position = event->pos();
     if (event->button() == Qt::RightButton && withCtrl) {
-        m_dragMode = RotateDrag;
+        beginMouseDrag(RotateDrag);
     } else if (event->button() == Qt::RightButton) {
         // Anything may happen to the canvas while the menu is open.
         const QPointer<GLCanvas> self(this);
@@ -727,14 +732,44 @@ void GLCanvas::mousePressEvent(QMouseEvent *event)
         if (!self)
             return;
     } else if (event->button() == Qt::LeftButton && withCtrl) {
-        m_dragMode = PanDrag;
+        beginMouseDrag(PanDrag);
     } else if (event->button() == Qt::LeftButton && withShift) {
-        m_dragMode = ZoomDrag;
+        beginMouseDrag(ZoomDrag);
     } else if (event->button() == Qt::LeftButton && !m_suspended) {
-        select(pick(position));
+        // A drag whose release went to another window must not move the view any more.
+        const QPointer<GLCanvas> self(this);
+        endMouseDrag();
+        if (self)
+            select(pick(position));
+        if (!self)
+            return;
     }
     m_lastMousePosition = position;
     update();
+}
+
+bool GLCanvas::event(QEvent *event)
+{
+    if (event->type() == QEvent::WindowDeactivate || event->type() == QEvent::Hide) {
+        // The release of the button will not be seen here.
+        const QPointer<GLCanvas> self(this);
+        endMouseDrag();
+        if (!self)
+            return true;
+    }
+    return QGLWidget::event(event);
+}
+
+void GLCanvas::beginMouseDrag(DragMode mode)
+{
+    m_dragMode = mode;
+    m_mouseDrag = true;
+}
+
+void GLCanvas::endMouseDrag()
+{
+    if (m_mouseDrag)
+        endDrag();
 }
 
 void GLCanvas::openContextMenu(const QPoint &globalPosition)
@@ -742,8 +777,10 @@ void GLCanvas::openContextMenu(const QPoint &globalPosition)
     if (!m_contextMenu)
         return;
     // The menu takes the mouse, so the release of a button that is down never gets here.
+    const QPointer<GLCanvas> self(this);
     endDrag();
-    m_contextMenu->exec(globalPosition);
+    if (self && m_contextMenu)
+        m_contextMenu->exec(globalPosition);
 }
 
 void GLCanvas::mouseMoveEvent(QMouseEvent *event)
@@ -780,8 +817,11 @@ void GLCanvas::endDrag()
     if (m_dragMode == NoDrag)
         return;
     m_dragMode = NoDrag;
+    m_mouseDrag = false;
+    const QPointer<GLCanvas> self(this);
     emit storeViewRequest();
-    update();
+    if (self)
+        update();
 }
 
 void GLCanvas::wheelEvent(QWheelEvent *event)

@@ -141,6 +141,7 @@ signals:
     void canDeleteMarker();
 
 protected:
+    bool event(QEvent *event) override;
     void initializeGL() override;
     void resizeGL(int width, int height) override;
     void paintGL() override;
@@ -167,6 +168,8 @@ private:
 
     void openContextMenu(const QPoint &globalPosition);
     void endDrag();
+    void beginMouseDrag(DragMode mode);
+    void endMouseDrag();
     bool isMarkerSelectedFirst() const;
     bool areTwoMarkersSelected() const;
     bool canJoinSelectedMarkers() const;
@@ -189,6 +192,7 @@ private:
     bool m_showCog = false;
     bool m_suspended = false;
     DragMode m_dragMode = NoDrag;
+    bool m_mouseDrag = false;   ///< the mode was begun by a mouse button
     QPoint m_lastMousePosition; ///< widget pixels
     QPointer<QMenu> m_contextMenu;
     abcBody m_body;

@@ -72,8 +72,8 @@ private slots:
         const Eigen::Isometry3d second = random.next();
         AppliedTransforms applied;
         applied.reset(3);
-        applied.add(2, 1, toMatrix(first));
-        applied.add(2, 1, toMatrix(second));
+        applied.add(2, 1, toMatrix(first), true);
+        applied.add(2, 1, toMatrix(second), true);
         QVERIFY(applied.isChanged(1));
         QVERIFY(!applied.isChanged(0));
         const Eigen::Matrix4d expected = (first * second).inverse().matrix();
@@ -85,8 +85,8 @@ private slots:
         RandomTransforms random(testSeed());
         AppliedTransforms applied;
         applied.reset(3);
-        applied.add(3, 0, toMatrix(random.next()));
-        QVERIFY(!differs(applied.correctionAfterDiscard(3, 0), bsMatrix::identity()));
+        applied.add(3, 0, toMatrix(random.next()), true);
+        QVERIFY(!differs(applied.correctionAfterDiscard(3, 0, true), bsMatrix::identity()));
     }
 
     void discardAndCorrectionRestoreEveryBody()
@@ -104,18 +104,36 @@ private slots:
             for (int i = 0; i < writes; ++i) {
                 const int body = random.below(3);
                 const Eigen::Isometry3d transform = random.next();
-                applied.add(numbers[body], body, toMatrix(transform));
+                applied.add(numbers[body], body, toMatrix(transform), true);
                 state[body] = transform * state[body];
             }
             for (int body = 0; body < 3; ++body) {
                 if (!applied.isChanged(body))
                     continue;
                 const Eigen::Matrix4d restored =
-                    toEigen(applied.correctionAfterDiscard(numbers[body], body)) *
+                    toEigen(applied.correctionAfterDiscard(numbers[body], body, true)) *
                     toEigen(applied.discardTransform(numbers[body])) * state[body].matrix();
                 QVERIFY(restored.isApprox(Eigen::Matrix4d::Identity(), 1e-8));
             }
         }
+    }
+
+    void whatTheControllerRefusedIsNotTakenBack()
+    {
+        RandomTransforms random(testSeed());
+        const Eigen::Isometry3d refused = random.next();
+        const Eigen::Isometry3d taken = random.next();
+        AppliedTransforms applied;
+        applied.reset(1);
+        applied.add(1, 0, toMatrix(refused), false);
+        applied.add(1, 0, toMatrix(taken), true);
+        const Eigen::Matrix4d discard = toEigen(applied.discardTransform(1));
+        QVERIFY(discard.isApprox((refused * taken).inverse().matrix(), 1e-9));
+        const Eigen::Matrix4d identity = Eigen::Matrix4d::Identity();
+        QVERIFY((toEigen(applied.correctionAfterDiscard(1, 0, true)) * discard * taken.matrix())
+                    .isApprox(identity, 1e-8));
+        QVERIFY((toEigen(applied.correctionAfterDiscard(1, 0, false)) * taken.matrix())
+                    .isApprox(identity, 1e-8));
     }
 
     void aBodyBeyondTheCountsIsKeptToo()
@@ -124,10 +142,10 @@ private slots:
         applied.reset(1);
         bsMatrix transform = bsMatrix::identity();
         transform.setColumn(3, bsVector(1.0, 2.0, 3.0), 1.0);
-        applied.add(7, 5, transform);
+        applied.add(7, 5, transform, true);
         QVERIFY(applied.isChanged(5));
         QCOMPARE(applied.discardTransform(7).column(3).z, -3.0);
-        applied.add(0, 0, transform);
+        applied.add(0, 0, transform, true);
         QVERIFY(!applied.isChanged(0));
     }
 };

@@ -2,6 +2,7 @@
 
 #include <dialog/BodyAdjustmentDialog.h>
 #include <model/abcBody.h>
+#include <model/abcMarker.h>
 #include <tests/support/TestMain.h>
 #include <view/GLCanvas.h>
 #include <widgets/xyzWidget.h>
@@ -438,25 +439,28 @@ private slots:
             QVERIFY(distance(host().markers("vimbar", 1).at(i), probe.at(i)) < 0.01);
     }
 
-    void aFailedWriteDoesNotCountAsAChange_data()
+    void whatWasNotTakenIsNotTakenBack_data()
     {
         QTest::addColumn<int>("status");
         QTest::addColumn<QByteArray>("reply");
         QTest::addColumn<int>("errors");
-        QTest::addColumn<bool>("counts");
-        QTest::newRow("failed exchange") << 1 << QByteArray() << 1 << false;
-        QTest::newRow("refused") << 0 << QByteArray("quorel2 err no") << 1 << true;
-        QTest::newRow("other case") << 0 << QByteArray("quorel2 OK") << 1 << true;
-        QTest::newRow("trailing blank") << 0 << QByteArray("quorel2 ok ") << 1 << true;
-        QTest::newRow("positive") << 0 << QByteArray("quorel2 ok") << 0 << true;
+        QTest::addColumn<int>("questions");
+        QTest::addColumn<int>("discards");
+        QTest::newRow("failed exchange") << 1 << QByteArray() << 1 << 0 << 0;
+        // Counts as a change; the command that takes it back needs another one behind it.
+        QTest::newRow("refused") << 0 << QByteArray("quorel2 err no") << 1 << 1 << 2;
+        QTest::newRow("other case") << 0 << QByteArray("quorel2 OK") << 1 << 1 << 2;
+        QTest::newRow("trailing blank") << 0 << QByteArray("quorel2 ok ") << 1 << 1 << 2;
     }
 
-    void aFailedWriteDoesNotCountAsAChange()
+    void whatWasNotTakenIsNotTakenBack()
     {
         QFETCH(int, status);
         QFETCH(QByteArray, reply);
         QFETCH(int, errors);
-        QFETCH(bool, counts);
+        QFETCH(int, questions);
+        QFETCH(int, discards);
+        const QVector<bsVector> before = host().markers("standard", 1);
         fixture().session([&] {
             chooseAndMove(DialogFixture::Wand, "10");
             host().hook =
@@ -472,8 +476,162 @@ private slots:
             fixture().boxes.clear();
             fixture().answers = {QMessageBox::Yes};
             fixture().click("cancel_button");
-            QCOMPARE(fixture().boxes.size(), counts ? 1 : 0);
-            QCOMPARE(transforms().size(), counts ? 1 : 0);
+            QCOMPARE(fixture().boxes.size(), questions);
+            QCOMPARE(transforms().size(), discards);
+        });
+        for (int i = 0; i < before.size(); ++i)
+            QVERIFY(distance(host().markers("standard", 1).at(i), before.at(i)) < 0.01);
+    }
+
+    void nothingIsWrittenTwiceWhenReadingBackFails()
+    {
+        fixture().session([&] {
+            chooseAndMove(DialogFixture::Wand, "10");
+            host().failLine("get body number_of_marker standard b01");
+            fixture().click("apply_button");
+            QCOMPARE(transforms().size(), 1);
+            QCOMPARE(fixture().canvas()->body().undoCount(), 0);
+            QCOMPARE(fixture().canvas()->body().markerPositions().first().x, -10.0);
+            fixture().click("ok_button");
+        });
+        QCOMPARE(transforms().size(), 1);
+    }
+
+    void afterAFailedLoadNameListAndViewAreThoseOfTheBodyThatIsShown()
+    {
+        host().failLine("get body marker standard b02 m03");
+        fixture().session([&] {
+            fixture().choose(DialogFixture::Wand);
+            fixture().choose(DialogFixture::Plain);
+            QCOMPARE(fixture().child<QComboBox>("body_name")->currentIndex(),
+                     int(DialogFixture::Wand));
+            QCOMPARE(fixture().child<QTableWidget>("tableWidget_data")->rowCount(), 6);
+            QSignalSpy tracked(fixture().dialog.get(),
+                               &BodyAdjustmentDialog::set_chosen_body_tracked);
+            host().deliver("6d", "6d 1 [0 1.0][0 0 0][1 0 0 0 1 0 0 0 1]");
+            QCOMPARE(tracked.count(), 1);
+            QVERIFY(tracked.first().first().toBool());
+        });
+    }
+
+    void aWindowToldToCloseTwiceAsksOnce()
+    {
+        fixture().session([&] {
+            chooseAndMove(DialogFixture::Wand, "10");
+            fixture().leaveBoxesOpen = true;
+            QTimer::singleShot(20, this, [&] {
+                fixture().dialog->close();
+                int open = 0;
+                for (QWidget *widget : QApplication::topLevelWidgets())
+                    open += widget->isVisible() && widget->inherits("QMessageBox") ? 1 : 0;
+                QCOMPARE(open, 1);
+                fixture().answers = {QMessageBox::No};
+                fixture().leaveBoxesOpen = false;
+            });
+            fixture().dialog->close();
+            QVERIFY(fixture().dialog->isVisible());
+        });
+    }
+
+    void theMultiUserWarningOutlastsTheWork()
+    {
+        host().parameters["vimbar multiuser_available"] = "yes";
+        host().parameters["vimbar multiuser"] = "yes";
+        host().failLine("set vimbar multiuser no");
+        fixture().session([&] {
+            fixture().choose(DialogFixture::Wand);
+            const QString warning = fixture().child<QLabel>("error_label")->text();
+            QVERIFY(!warning.isEmpty());
+            fixture().click("set_origin_cog_button");
+            QCOMPARE(fixture().child<QLabel>("error_label")->text(), warning);
+        });
+    }
+
+    // Deleting markers ----------------------------------------------------------------------------
+
+    void aDeletedMarkerComesBackByUndoAndGoesByRedoAsOftenAsTheUserLikes()
+    {
+        fixture().session([&] {
+            fixture().choose(DialogFixture::Wand);
+            const QVector<bsVector> before = host().markers("standard", 1);
+            QVERIFY(!fixture().isEnabled("pushButton_deleteMarker"));
+            fixture().canvas()->select(fixture().canvas()->body().markers().at(2));
+            QVERIFY(fixture().isEnabled("pushButton_deleteMarker"));
+            fixture().answers = {QMessageBox::Cancel};
+            fixture().click("pushButton_deleteMarker");
+            QCOMPARE(fixture().boxes.size(), 1);
+            QCOMPARE(fixture().boxes.first().icon, QMessageBox::Question);
+            QCOMPARE(fixture().boxes.first().title, QStringLiteral("QUOREL4"));
+            QCOMPARE(fixture().boxes.first().text, QStringLiteral("Delete selected marker?"));
+            QCOMPARE(fixture().boxes.first().defaultButton, QMessageBox::Cancel);
+            QCOMPARE(host().markers("standard", 1).size(), 6);
+
+            fixture().answers = {QMessageBox::Ok};
+            host().clearRecords();
+            fixture().click("pushButton_deleteMarker");
+            QCOMPARE(host().transcript.mid(0, 5),
+                     (QStringList{"get status active", "quorel2 tracking stop",
+                                  "quorel2 body delete_marker standard b01 m03",
+                                  "quorel2 tracking start", "get status active"}));
+            QCOMPARE(host().markers("standard", 1).size(), 5);
+            QCOMPARE(fixture().canvas()->body().markerCount(), 5);
+            for (int round = 0; round < 2; ++round) {
+                fixture().click("undo_button");
+                QCOMPARE(host().markers("standard", 1).size(), 6);
+                QCOMPARE(host().markers("standard", 1).at(2).y, before.at(2).y);
+                QCOMPARE(fixture().canvas()->body().markerCount(), 6);
+                QVERIFY(!fixture().isEnabled("undo_button"));
+                fixture().click("redo_button");
+                QCOMPARE(host().markers("standard", 1).size(), 5);
+                QVERIFY(!fixture().isEnabled("redo_button"));
+            }
+            host().clearRecords();
+            fixture().child<QPushButton>("cancel_button")->click();
+        });
+        QCOMPARE(host().markers("standard", 1).size(), 6);
+        QVERIFY(host().transcript.contains("set body number_of_marker standard b01 6"));
+    }
+
+    void deletedMarkersAreWrittenBackToTheBodyThatTheyAreOf()
+    {
+        const QVector<bsVector> probe = host().markers("vimbar", 1);
+        fixture().session([&] {
+            fixture().choose(DialogFixture::Wand);
+            fixture().canvas()->select(fixture().canvas()->body().markers().at(0));
+            fixture().answers = {QMessageBox::Ok};
+            fixture().click("pushButton_deleteMarker");
+            fixture().choose(DialogFixture::Probe);
+            QVERIFY(!fixture().isEnabled("undo_button"));
+            fixture().child<QPushButton>("cancel_button")->click();
+        });
+        QCOMPARE(host().markers("standard", 1).size(), 6);
+        QCOMPARE(host().markers("vimbar", 1).size(), probe.size());
+    }
+
+    void markersAreDeletedOnlyWhereTheBackendCanAndFourRemain_data()
+    {
+        QTest::addColumn<int>("minor");
+        QTest::addColumn<int>("position");
+        QTest::addColumn<bool>("enabled");
+        QTest::newRow("six markers") << 17 << int(DialogFixture::Wand) << true;
+        QTest::newRow("five markers") << 17 << int(DialogFixture::SpareProbe) << true;
+        QTest::newRow("four markers") << 17 << int(DialogFixture::Plain) << false;
+        QTest::newRow("older backend") << 16 << int(DialogFixture::Wand) << false;
+    }
+
+    void markersAreDeletedOnlyWhereTheBackendCanAndFourRemain()
+    {
+        QFETCH(int, minor);
+        QFETCH(int, position);
+        QFETCH(bool, enabled);
+        host().setVersion(1, minor);
+        fixture().session([&] {
+            fixture().choose(position);
+            fixture().canvas()->select(fixture().canvas()->body().markers().at(0));
+            QCOMPARE(fixture().isEnabled("pushButton_deleteMarker"), enabled);
+            fixture().canvas()->setFocus();
+            QTest::keyClick(fixture().canvas(), Qt::Key_Delete);
+            QCOMPARE(fixture().boxes.size(), enabled ? 1 : 0);
         });
     }
 
@@ -761,15 +919,19 @@ private slots:
     void theHostMayEndWhileAMessageBoxIsOpen_data()
     {
         QTest::addColumn<QString>("box");
-        for (const char *box : {"leaving a body", "cancel", "help", "axis"})
+        for (const char *box : {"leaving a body", "cancel", "help", "axis", "one marker"})
             QTest::newRow(box) << box;
     }
 
     void theHostMayEndWhileAMessageBoxIsOpen()
     {
         QFETCH(QString, box);
+        host().parameters["body number_of_marker standard b03"] = "1";
         fixture().session([&] {
-            chooseAndMove(DialogFixture::Wand, "10");
+            if (box == "one marker")
+                fixture().choose(DialogFixture::Wand);
+            else
+                chooseAndMove(DialogFixture::Wand, "10");
             fixture().leaveBoxesOpen = true;
             QTimer end;
             connect(&end, &QTimer::timeout, this, [&] {
@@ -784,6 +946,8 @@ private slots:
                 fixture().choose(DialogFixture::Plain);
             else if (box == "cancel")
                 fixture().dialog->reject();
+            else if (box == "one marker")
+                fixture().choose(DialogFixture::Pen);
             else if (box == "help")
                 fixture().dialog->on_help_button_clicked();
             else

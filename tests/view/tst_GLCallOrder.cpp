@@ -271,13 +271,13 @@ QStringList everything(bool small)
                    "glColor3ub(255, 255, 0)");
     calls += grid();
     calls += lines("glPushMatrix()\n"
-                   "glRotated(90, 0, 1, 0)\n"
-                   "glColor3ub(0, 255, 255)");
+                   "glColor3ub(0, 255, 255)\n"
+                   "glRotated(90, 0, 1, 0)");
     calls += grid();
     calls += lines("glPopMatrix()\n"
                    "glPushMatrix()\n"
-                   "glRotated(90, 1, 0, 0)\n"
-                   "glColor3ub(255, 0, 255)");
+                   "glColor3ub(255, 0, 255)\n"
+                   "glRotated(90, 1, 0, 0)");
     calls += grid();
     calls += lines("glPopMatrix()\nglPopMatrix()");
     // Its objects, in the stored frame.

@@ -92,6 +92,7 @@ private slots:
     void dragStartsWhereTheButtonWentDown();
     void anyReleaseEndsTheDrag();
     void releaseWithoutDragStoresNothing();
+    void aDragWhoseReleaseWentElsewhereMovesNothingAfterwards();
     void releasedMouseMovesNothing();
     void moveAfterAPlainPressStartsFromThere();
     void dragWithoutBodyChangesNothing();
@@ -273,6 +274,39 @@ void tst_GLCanvasNavigation::releaseWithoutDragStoresNothing()
     QVERIFY(!canvas.isDragging());
     canvas.release(Qt::MiddleButton, QPoint(50, 50));
     QCOMPARE(canvas.stores, 0);
+}
+
+void tst_GLCanvasNavigation::aDragWhoseReleaseWentElsewhereMovesNothingAfterwards()
+{
+    NavigatedCanvas canvas;
+    QVERIFY(showCanvas(canvas));
+    canvas.press(Qt::LeftButton, Qt::ControlModifier, QPoint(50, 50));
+    QVERIFY(canvas.isDragging());
+    // Another window takes the focus, and with it the release.
+    QEvent deactivate(QEvent::WindowDeactivate);
+    QCoreApplication::sendEvent(&canvas, &deactivate);
+    QVERIFY(!canvas.isDragging());
+    QCOMPARE(canvas.stores, 1);
+
+    QMouseEvent press(QEvent::MouseButtonPress, QPointF(50, 50), Qt::LeftButton, Qt::LeftButton,
+                      Qt::ShiftModifier);
+    QCoreApplication::sendEvent(&canvas, &press);
+    QVERIFY(canvas.isDragging());
+    const Eigen::Affine3d before = affine(canvas.camera().matrix());
+    QMouseEvent plainPress(QEvent::MouseButtonPress, QPointF(60, 60), Qt::LeftButton,
+                           Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(&canvas, &plainPress);
+    QVERIFY(!canvas.isDragging());
+    QMouseEvent move(QEvent::MouseMove, QPointF(90, 20), Qt::NoButton, Qt::LeftButton,
+                     Qt::NoModifier);
+    QCoreApplication::sendEvent(&canvas, &move);
+    QVERIFY(canvas.isViewAt(before));
+
+    // What the view's wheels began is theirs to end.
+    canvas.rotateViewBegin();
+    QCoreApplication::sendEvent(&canvas, &deactivate);
+    QVERIFY(canvas.isDragging());
+    canvas.rotateViewEnd();
 }
 
 void tst_GLCanvasNavigation::releasedMouseMovesNothing()
