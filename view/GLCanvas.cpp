@@ -1,3 +1,6 @@
+// The slots take matrices and vectors by value: their signatures are part of the interface.
+// clazy:excludeall=function-args-by-ref
+
 #include "GLCanvas.h"
 
 #include "BodyDrawing.h"
