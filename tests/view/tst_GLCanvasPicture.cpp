@@ -934,12 +934,26 @@ void tst_GLCanvasPicture::resizedViewKeepsItsProportions()
     QTRY_COMPARE(canvas.size(), size);
     const Eigen::Affine3d view = cameraAt(-500.0);
     setCamera(canvas, view);
-    const QImage image = picture(canvas);
-    Projection projection(image.size());
-    projection.view = view;
     const std::array<QColor, 6> colours = {QColor(255, 0, 0),   QColor(0, 255, 0),
                                            QColor(0, 0, 255),   QColor(255, 255, 0),
                                            QColor(255, 0, 255), QColor(0, 255, 255)};
+    // The window manager grants the new size some time after the widget has it; until then the
+    // window system has no pixels beyond the old one.
+    QImage image;
+    const auto allMarkersAreThere = [&] {
+        image = picture(canvas);
+        Projection seen(image.size());
+        seen.view = view;
+        for (std::size_t i = 0; i < colours.size(); ++i) {
+            if (!isNear(colourAt(image, seen.point(sixMarkers()[int(i)])), colours[i]))
+                return false;
+        }
+        return true;
+    };
+    for (int attempt = 0; attempt < 100 && !allMarkersAreThere(); ++attempt)
+        QTest::qWait(20);
+    Projection projection(image.size());
+    projection.view = view;
     for (int i = 0; i < 6; ++i)
         VERIFY_COLOUR(image, projection.point(sixMarkers()[i]), colours[i]);
 }
