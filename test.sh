@@ -35,9 +35,9 @@ LOCPATH=$locales LC_ALL=de_DE.UTF-8 run_tests build
 
 say "Unit tests, under the address and undefined-behaviour sanitizers."
 build asan quorel2-unit-tests
-# What the system's libraries keep until the end is not ours.
-LSAN_OPTIONS="suppressions=$PWD/dev/lsan.supp:print_suppressions=0" \
-    UBSAN_OPTIONS=print_stacktrace=1 \
+# Leaks are looked for by hand (dev/lsan.supp): what windowless platforms and font libraries keep
+# differs from system to system.
+ASAN_OPTIONS=detect_leaks=0 UBSAN_OPTIONS=print_stacktrace=1 \
     LC_ALL=C.UTF-8 run_tests build-asan -L unit
 
 say "All tests passed."
