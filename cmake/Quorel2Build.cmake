@@ -71,7 +71,7 @@ function(quorel2_test name)
     FAIL_REGULAR_EXPRESSION "QWARN  :;QCRITICAL;Sanitizer:;runtime error:")
   if(arg_LABEL STREQUAL "unit")
     add_dependencies(quorel2-unit-tests ${name})
-    set_tests_properties(${name} PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=offscreen")
+    set_tests_properties(${name} PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=offscreen;DISPLAY=")
   else()
     set_tests_properties(${name} PROPERTIES RESOURCE_LOCK display
                          ENVIRONMENT "QT_QPA_PLATFORM=xcb")

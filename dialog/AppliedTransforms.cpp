@@ -35,16 +35,12 @@ bsMatrix AppliedTransforms::discardTransform(int bodyNumber) const
     return m_slots.at(bodyNumber - 1).rigidInverse();
 }
 
-bsMatrix AppliedTransforms::correctionAfterDiscard(int bodyNumber, int listIndex,
-                                                   bool discarded) const
+bsMatrix AppliedTransforms::correctionAfterDiscard(int bodyNumber, int listIndex) const
 {
     if (!isChanged(listIndex))
         return bsMatrix::identity();
-    const bsMatrix undoWritten = m_written.at(listIndex).rigidInverse();
-    if (!discarded)
-        return undoWritten;
     // The body stands at discard * written; the correction takes that back to the identity.
-    return undoWritten * discardTransform(bodyNumber).rigidInverse();
+    return m_written.at(listIndex).rigidInverse() * discardTransform(bodyNumber).rigidInverse();
 }
 
 void AppliedTransforms::growTo(int slotCount, int listSize)

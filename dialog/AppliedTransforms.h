@@ -27,10 +27,9 @@ public:
 
     /// The inverse of the slot's transforms, each multiplied on from the right.
     bsMatrix discardTransform(int bodyNumber) const;
-    /// What must follow the discard transform to bring the body at that list position back to where
-    /// it was; the identity when the discard transform does.
-    /// @param discarded  whether the controller took the discard transform
-    bsMatrix correctionAfterDiscard(int bodyNumber, int listIndex, bool discarded) const;
+    /// What must follow the discard transform, once the controller took that, to bring the body at
+    /// that list position back to where it was; the identity when the discard transform does.
+    bsMatrix correctionAfterDiscard(int bodyNumber, int listIndex) const;
 
 private:
     void growTo(int slotCount, int listSize);

@@ -1023,8 +1023,9 @@ void BodyAdjustmentDialog::restoreChangedBodies()
         if (!m_writer.writeTransform(entry.type, entry.number,
                                      m_applied.discardTransform(entry.number), &discarded))
             break;
-        const bsMatrix correction = m_applied.correctionAfterDiscard(entry.number, i, discarded);
-        if (isWorthSending(correction) &&
+        // What the controller refused is reported and not tried again.
+        const bsMatrix correction = m_applied.correctionAfterDiscard(entry.number, i);
+        if (discarded && isWorthSending(correction) &&
             !m_writer.writeTransform(entry.type, entry.number, correction))
             break;
     }

@@ -86,7 +86,7 @@ private slots:
         AppliedTransforms applied;
         applied.reset(3);
         applied.add(3, 0, toMatrix(random.next()), true);
-        QVERIFY(!differs(applied.correctionAfterDiscard(3, 0, true), bsMatrix::identity()));
+        QVERIFY(!differs(applied.correctionAfterDiscard(3, 0), bsMatrix::identity()));
     }
 
     void discardAndCorrectionRestoreEveryBody()
@@ -111,7 +111,7 @@ private slots:
                 if (!applied.isChanged(body))
                     continue;
                 const Eigen::Matrix4d restored =
-                    toEigen(applied.correctionAfterDiscard(numbers[body], body, true)) *
+                    toEigen(applied.correctionAfterDiscard(numbers[body], body)) *
                     toEigen(applied.discardTransform(numbers[body])) * state[body].matrix();
                 QVERIFY(restored.isApprox(Eigen::Matrix4d::Identity(), 1e-8));
             }
@@ -130,9 +130,7 @@ private slots:
         const Eigen::Matrix4d discard = toEigen(applied.discardTransform(1));
         QVERIFY(discard.isApprox((refused * taken).inverse().matrix(), 1e-9));
         const Eigen::Matrix4d identity = Eigen::Matrix4d::Identity();
-        QVERIFY((toEigen(applied.correctionAfterDiscard(1, 0, true)) * discard * taken.matrix())
-                    .isApprox(identity, 1e-8));
-        QVERIFY((toEigen(applied.correctionAfterDiscard(1, 0, false)) * taken.matrix())
+        QVERIFY((toEigen(applied.correctionAfterDiscard(1, 0)) * discard * taken.matrix())
                     .isApprox(identity, 1e-8));
     }
 

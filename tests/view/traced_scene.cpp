@@ -7,6 +7,7 @@
 
 #include <QApplication>
 #include <QTimer>
+#include <QWindow>
 
 #include <cstdio>
 #include <cstring>
@@ -88,12 +89,19 @@ int main(int argc, char **argv)
         return 2;
     }
     canvas.show();
-    QTimer::singleShot(0, &canvas, [&] {
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, &canvas, [&] {
+        // A window manager shows the window some time after it was asked to.
+        if (!canvas.testAttribute(Qt::WA_Mapped) || !canvas.windowHandle()->isExposed())
+            return;
+        timer.stop();
+        QCoreApplication::processEvents();
         // One frame of its own after whatever the window system asked for.
         canvas.updateGL();
         if (std::strcmp(argv[1], "pick") == 0)
             canvas.pick(QPoint(100, 150));
         QApplication::quit();
     });
+    timer.start(1);
     return QApplication::exec();
 }
