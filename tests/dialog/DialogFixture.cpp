@@ -71,7 +71,10 @@ void DialogFixture::runScript(const std::function<void()> &script)
     const QPointer<BodyAdjustmentDialog> guard(dialog.get());
     const bool exposed = QTest::qWaitForWindowExposed(dialog.get());
     dialog->activateWindow();
-    if (exposed && QTest::qWaitForWindowActive(dialog.get()))
+    // A window manager that is still busy with the last closing may leave the focus elsewhere.
+    if (exposed && !QTest::qWaitForWindowActive(dialog.get(), 2000))
+        QApplication::setActiveWindow(dialog.get());
+    if (exposed && dialog->isActiveWindow())
         script();
     else
         QTest::qFail("The dialog did not become the active window.", __FILE__, __LINE__);
