@@ -74,10 +74,10 @@ void DialogFixture::runScript(const std::function<void()> &script)
     // A window manager that is still busy with the last closing may leave the focus elsewhere.
     if (exposed && !QTest::qWaitForWindowActive(dialog.get(), 2000))
         QApplication::setActiveWindow(dialog.get());
-    if (exposed && dialog->isActiveWindow())
+    if (exposed)
         script();
     else
-        QTest::qFail("The dialog did not become the active window.", __FILE__, __LINE__);
+        QTest::qFail("The dialog was not shown.", __FILE__, __LINE__);
     if (guard && guard->isVisible()) {
         answers.clear();
         answers.append(QMessageBox::Yes);
