@@ -508,6 +508,7 @@ void DataReceiverTest::removalFromManyThreadsNeverLetsALineThrough()
     });
     std::atomic<int> calledLate{0};
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&, i] {
             const char *lineType = i % 2 == 0 ? "6d" : "6df2";
