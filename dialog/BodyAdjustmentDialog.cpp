@@ -14,10 +14,8 @@
 #include <widgets/WidgetResources.h>
 #include <widgets/xyzWidget.h>
 
-#include <QAction>
 #include <QEvent>
 #include <QKeyEvent>
-#include <QMenu>
 #include <QPointer>
 #include <QShortcut>
 #include <QSignalBlocker>
@@ -25,7 +23,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <mutex>
 
 namespace {
 
@@ -62,11 +59,6 @@ bool isWorthSending(const bsMatrix &transform)
         }
     }
     return false;
-}
-
-bool isType(const QString &keyword, const char *type)
-{
-    return keyword.compare(QLatin1String(type), Qt::CaseInsensitive) == 0;
 }
 
 QPixmap statusPixmap(const QString &fileName)
@@ -108,7 +100,7 @@ BodyAdjustmentDialog::BodyAdjustmentDialog(IOManager *manager, QWidget *parent,
     createCanvasAndMenus();
     configureValueWidgets();
     connectWidgets();
-    handOverDisplayFlags();
+    handOverDisplayFlags(m_canvas, m_display);
     m_canvas->setOnline(false);
     setChosenBody(QString(), -1, false, QString(), -1);
 
@@ -164,64 +156,7 @@ void BodyAdjustmentDialog::createCanvasAndMenus()
     showSharpPicture(m_form->label_4, QStringLiteral(":/due_to_room_cog.png"));
     showSharpPicture(m_form->label_5, QStringLiteral(":/due_to_room.png"));
 
-    m_canvasMenu = new QMenu(m_canvas);
-    const auto addToggle = [this](const QString &text, bool checked,
-                                  void (BodyAdjustmentDialog::*slot)()) {
-        auto *action = new QAction(text, this);
-        action->setCheckable(true);
-        action->setChecked(checked);
-        connect(action, &QAction::triggered, this, slot);
-        m_canvasMenu->addAction(action);
-        return action;
-    };
-    const auto addCommand = [this](const QString &text) {
-        auto *action = new QAction(text, this);
-        m_canvasMenu->addAction(action);
-        return action;
-    };
-    addToggle(QStringLiteral("Small markers"), m_display.smallMarkers,
-              &BodyAdjustmentDialog::toggled_small_markers);
-    addToggle(QStringLiteral("Colored markers"), m_display.colouredMarkers,
-              &BodyAdjustmentDialog::toggled_colored_markers);
-    addToggle(QStringLiteral("Emissions"), m_display.markerEmissions,
-              &BodyAdjustmentDialog::toggled_marker_emissions);
-    addToggle(QStringLiteral("Long axes"), m_display.longAxes,
-              &BodyAdjustmentDialog::toggled_long_axes);
-    addToggle(QStringLiteral("Show COG"), m_display.showCog,
-              &BodyAdjustmentDialog::toggled_show_COG);
-    m_canvasMenu->addSeparator();
-    addToggle(QStringLiteral("Show XY plane"), m_display.showXy,
-              &BodyAdjustmentDialog::toggled_show_XY);
-    addToggle(QStringLiteral("Show YZ plane"), m_display.showYz,
-              &BodyAdjustmentDialog::toggled_show_YZ);
-    addToggle(QStringLiteral("Show XZ plane"), m_display.showXz,
-              &BodyAdjustmentDialog::toggled_show_XZ);
-    m_canvasMenu->addSeparator();
-    QAction *roomAction =
-        addToggle(QStringLiteral("Show room orientation"), m_display.showRoomOrientation,
-                  &BodyAdjustmentDialog::toggled_show_room_ori);
-    roomAction->setEnabled(false);
-    connect(m_canvas, &GLCanvas::is_online, roomAction, &QAction::setEnabled);
-    m_canvasMenu->addSeparator();
-    QAction *addLineAction = addCommand(QStringLiteral("Add line between markers"));
-    addLineAction->setEnabled(false);
-    connect(m_canvas, &GLCanvas::canIntroduceLine, addLineAction, &QAction::setEnabled);
-    connect(addLineAction, &QAction::triggered, m_canvas, &GLCanvas::introduceLine);
-    QAction *deleteLineAction = addCommand(QStringLiteral("Delete line between markers"));
-    deleteLineAction->setEnabled(false);
-    connect(m_canvas, &GLCanvas::canDeleteLine, deleteLineAction, &QAction::setEnabled);
-    connect(deleteLineAction, &QAction::triggered, m_canvas, &GLCanvas::deleteLine);
-    m_canvasMenu->addSeparator();
-    QAction *dataViewAction = addCommand(QStringLiteral("Data view"));
-    connect(dataViewAction, &QAction::triggered, this, &BodyAdjustmentDialog::toggled_switch_view);
-    m_canvas->setContextMenu(m_canvasMenu);
-
-    m_tableMenu = new QMenu(m_table);
-    auto *graphicViewAction = new QAction(QStringLiteral("Graphic view"), this);
-    connect(graphicViewAction, &QAction::triggered, this,
-            &BodyAdjustmentDialog::toggled_switch_view);
-    m_tableMenu->addAction(graphicViewAction);
-    m_table->setContextMenu(m_tableMenu);
+    createViewMenus(this, m_canvas, m_table, m_display);
 }
 
 void BodyAdjustmentDialog::configureValueWidgets()
@@ -315,19 +250,6 @@ void BodyAdjustmentDialog::connectWidgets()
     addShortcut(QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_Z), m_form->redo_button);
 }
 
-void BodyAdjustmentDialog::handOverDisplayFlags()
-{
-    m_canvas->showSmallMarkers(m_display.smallMarkers);
-    m_canvas->showColoredMarkers(m_display.colouredMarkers);
-    m_canvas->showLongAxes(m_display.longAxes);
-    m_canvas->showCOG(m_display.showCog);
-    m_canvas->showXYGrid(m_display.showXy);
-    m_canvas->showYZGrid(m_display.showYz);
-    m_canvas->showXZGrid(m_display.showXz);
-    m_canvas->setRoomAxesVisible(m_display.showRoomOrientation);
-    m_canvas->showMarkerEmissions(m_display.markerEmissions);
-}
-
 // Opening, showing, hiding, closing ---------------------------------------------------------------
 
 int BodyAdjustmentDialog::update_and_exec()
@@ -362,9 +284,7 @@ int BodyAdjustmentDialog::update_and_exec()
 
     m_form->set_origin_button->setEnabled(false);
     m_form->set_axis_button->setEnabled(false);
-    m_saved = SavedMarkers();
-    m_pendingDeletedMarker = -1;
-    m_markersDeleted = false;
+    m_deletions.clear();
     const int standardCount =
         m_catalogue.bodyCount("body number_of_bodies standard", kAssumedStandardBodies);
     const int vimbarCount = m_catalogue.bodyCount("body number_of_bodies vimbar", kAssumedVimbars);
@@ -397,8 +317,7 @@ int BodyAdjustmentDialog::update_and_exec()
         m_form->pushButton_deleteMarker->setEnabled(false);
     }
 
-    m_multiUserWithHead = m_catalogue.isMultiUserWithHeadOn();
-    updateLineFilter();
+    m_tracking.setMultiUserWithHead(m_catalogue.isMultiUserWithHeadOn());
     setOnlineBoxFromState();
     m_online = false;
     m_form->online_checkbox->setChecked(false);
@@ -506,11 +425,7 @@ void BodyAdjustmentDialog::reject()
     if (m_askingToDiscard)
         return;
     finishOpenEdits();
-    if (m_markersDeleted && m_saved.body.isValid()) {
-        m_session.stopMeasurement();
-        writeSavedMarkersBack();
-        m_session.startMeasurement();
-    }
+    writeMarkersOfOpeningBack();
     if (m_applied.hasChanges() || m_canvas->hasUnappliedChanges()) {
         const QPointer<BodyAdjustmentDialog> guard(this);
         m_askingToDiscard = true;
@@ -529,6 +444,25 @@ void BodyAdjustmentDialog::reject()
     restoreController();
     QDialog::reject();
     answerRequest();
+}
+
+void BodyAdjustmentDialog::writeMarkersOfOpeningBack()
+{
+    const QList<BodyIdentity> bodies = m_deletions.changedBodies();
+    if (bodies.isEmpty())
+        return;
+    m_session.stopMeasurement();
+    m_deletions.undoAll();
+    for (const BodyIdentity &body : bodies) {
+        const MarkerList markers = m_deletions.markersAtOpening(body);
+        writeMarkers(body, markers);
+        if (body.isSame(m_inCanvas)) {
+            // Should the dialog stay open, it shows what the controller holds.
+            m_loaded = markers;
+            showLoadedMarkersAgain();
+        }
+    }
+    m_session.startMeasurement();
 }
 
 void BodyAdjustmentDialog::restoreController()
@@ -551,7 +485,7 @@ void BodyAdjustmentDialog::answerRequest()
 void BodyAdjustmentDialog::update_current_body(int index, bool show_msg)
 {
     m_pollTimer->stop();
-    forgetTracking();
+    m_tracking.forget();
     if (index < 0) {
         chooseNoBody();
         return;
@@ -624,23 +558,22 @@ bool BodyAdjustmentDialog::showCalibratedBody(bool alwaysEnableEditing)
     m_form->loadBody->setText(captionOfChosenBody());
     connect(this, &BodyAdjustmentDialog::set_chosen_body_tracked, this,
             &BodyAdjustmentDialog::update_room_buttons, Qt::UniqueConnection);
-    QVector<bsVector> markers;
-    QVector<Emission> emissions;
-    if (!m_catalogue.loadMarkers(m_chosen.type, m_chosen.number(), &markers, &emissions)) {
+    MarkerList markers;
+    if (!m_catalogue.loadMarkers(m_chosen.type, m_chosen.number(), &markers.positions,
+                                 &markers.emissions)) {
         if (m_inCanvas.isValid())
             chooseBodyInCanvas();
         m_pollTimer->start();
         return false;
     }
-    m_loadedMarkers = markers;
-    m_loadedEmissions = emissions;
-    m_table->showRawMarkers(m_chosen.number(), m_loadedMarkers, m_loadedEmissions);
+    m_loaded = markers;
+    m_table->showRawMarkers(m_chosen.number(), m_loaded.positions, m_loaded.emissions);
     if (m_canvas->isBodyLoaded())
         emptyCanvas();
     const QPointer<BodyAdjustmentDialog> guard(this);
     // A body that is none is reported in a message box.
     ++m_openBoxes;
-    const bool shown = m_canvas->setBody(m_loadedMarkers, m_loadedEmissions);
+    const bool shown = m_canvas->setBody(m_loaded.positions, m_loaded.emissions);
     if (!guard)
         return false;
     --m_openBoxes;
@@ -707,28 +640,9 @@ void BodyAdjustmentDialog::setChosenBody(const QString &type, int index, bool ca
     m_chosen.listIndex = listIndex;
     m_chosenCalibrated = calibrated;
     m_chosenTargetType = targetType;
-    updateLineFilter();
+    m_tracking.choose(type, index);
     // Lines of the body that was left may have come until now.
-    forgetTracking();
-}
-
-void BodyAdjustmentDialog::forgetTracking()
-{
-    const std::lock_guard<DataMutex> lock(m_dataMutex);
-    for (TrackedPoseSlot *slot : {&m_standardPose, &m_vimbarPose}) {
-        TrackedPose pose = slot->load();
-        pose.quality = -1.0F;
-        slot->store(pose);
-    }
-}
-
-void BodyAdjustmentDialog::updateLineFilter()
-{
-    const std::lock_guard<DataMutex> lock(m_dataMutex);
-    m_lineFilter.isStandard = isType(m_chosen.type, "standard");
-    m_lineFilter.isVimbar = isType(m_chosen.type, "vimbar");
-    m_lineFilter.index = m_chosen.index;
-    m_lineFilter.multiUserWithHead = m_multiUserWithHead;
+    m_tracking.forget();
 }
 
 QString BodyAdjustmentDialog::captionOfChosenBody() const
@@ -861,11 +775,10 @@ bool BodyAdjustmentDialog::canDeleteMarkers() const
 
 void BodyAdjustmentDialog::refreshEditButtons()
 {
-    const bool savedHere = m_saved.body.isValid() && m_saved.body.isSame(m_chosen);
     m_form->undo_button->setEnabled(m_canvas->body().undoCount() > 0 ||
-                                    (savedHere && m_markersDeleted));
+                                    m_deletions.canUndo(m_chosen));
     m_form->redo_button->setEnabled(m_canvas->body().redoCount() > 0 ||
-                                    (savedHere && m_pendingDeletedMarker >= 0));
+                                    m_deletions.pendingMarker(m_chosen) >= 0);
     m_form->apply_button->setEnabled(m_canvas->hasUnappliedChanges());
 }
 
@@ -981,30 +894,14 @@ void BodyAdjustmentDialog::writeTransform()
 /// is left that could be written once more.
 void BodyAdjustmentDialog::adoptWrittenTransform(const bsMatrix &transform)
 {
-    const auto carryPositions = [&transform](QVector<bsVector> *positions) {
-        for (bsVector &position : *positions)
-            position = transform.transform(position);
-    };
-    const auto carryEmissions = [&transform](QVector<Emission> *emissions) {
-        for (Emission &emission : *emissions) {
-            const bsVector direction =
-                transform.transform(bsVector(emission.x, emission.y, emission.z)) -
-                transform.column(3);
-            emission = {direction.x, direction.y, direction.z, emission.angleDeg};
-        }
-    };
-    QVector<bsVector> positions = m_canvas->body().markerPositions();
-    QVector<Emission> emissions;
+    MarkerList markers = {m_canvas->body().markerPositions(), {}};
     const QList<MarkerRecord> records = m_canvas->markerRecords();
     for (const MarkerRecord &record : records)
-        emissions.append(record.emission);
-    carryPositions(&positions);
-    carryEmissions(&emissions);
-    m_canvas->setBody(positions, emissions);
-    if (m_saved.body.isSame(m_inCanvas)) {
-        carryPositions(&m_saved.positions);
-        carryEmissions(&m_saved.emissions);
-    }
+        markers.emissions.append(record.emission);
+    markers.transform(transform);
+    m_canvas->setBody(markers.positions, markers.emissions);
+    m_loaded.transform(transform);
+    m_deletions.carryAlong(m_inCanvas, transform);
 }
 
 void BodyAdjustmentDialog::restoreChangedBodies()
@@ -1035,35 +932,27 @@ void BodyAdjustmentDialog::restoreChangedBodies()
 void BodyAdjustmentDialog::on_undo_button_clicked()
 {
     finishOpenEdits();
-    if (!m_markersDeleted || !m_saved.body.isSame(m_chosen)) {
+    if (!m_deletions.canUndo(m_chosen)) {
         m_canvas->undo();
         return;
     }
-    m_loadedMarkers = m_saved.positions;
-    m_loadedEmissions = m_saved.emissions;
+    m_loaded = m_deletions.undo(m_chosen);
     m_session.stopMeasurement();
-    writeSavedMarkersBack();
+    writeMarkers(m_chosen, m_loaded);
     m_session.startMeasurement();
-    m_canvas->setBody(m_loadedMarkers, m_loadedEmissions);
-    m_table->showRawMarkers(m_chosen.number(), m_loadedMarkers, m_loadedEmissions);
-    m_markersDeleted = false;
-    m_pendingDeletedMarker = m_saved.deletedMarker;
-    refreshEditButtons();
+    showLoadedMarkersAgain();
 }
 
 void BodyAdjustmentDialog::on_redo_button_clicked()
 {
     finishOpenEdits();
-    if (m_pendingDeletedMarker < 0 || !m_saved.body.isSame(m_chosen)) {
+    const int marker = m_deletions.pendingMarker(m_chosen);
+    if (marker < 0) {
         m_canvas->redo();
         return;
     }
-    m_session.stopMeasurement();
-    m_writer.deleteMarker(m_chosen.type, m_chosen.number(), m_pendingDeletedMarker);
-    m_session.startMeasurement();
-    m_pendingDeletedMarker = -1;
-    m_markersDeleted = true;
-    update_current_body(m_chosen.index, true);
+    m_deletions.redo(m_chosen, m_loaded);
+    deleteMarker(marker);
 }
 
 void BodyAdjustmentDialog::on_pushButton_deleteMarker_clicked()
@@ -1077,9 +966,12 @@ void BodyAdjustmentDialog::on_pushButton_deleteMarker_clicked()
                QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::Cancel);
     if (!guard || answer != QMessageBox::Ok)
         return;
-    m_saved = {m_inCanvas, m_loadedMarkers, m_loadedEmissions, marker};
-    m_pendingDeletedMarker = -1;
-    m_markersDeleted = true;
+    m_deletions.add(m_inCanvas, m_loaded, marker);
+    deleteMarker(marker);
+}
+
+void BodyAdjustmentDialog::deleteMarker(int marker)
+{
     m_session.stopMeasurement();
     m_writer.deleteMarker(m_chosen.type, m_chosen.number(), marker);
     m_session.startMeasurement();
@@ -1087,10 +979,19 @@ void BodyAdjustmentDialog::on_pushButton_deleteMarker_clicked()
     update_current_body(m_chosen.index, true);
 }
 
-void BodyAdjustmentDialog::writeSavedMarkersBack()
+void BodyAdjustmentDialog::writeMarkers(const BodyIdentity &body, const MarkerList &markers)
 {
-    m_writer.writeMarkers(m_saved.body.type, m_saved.body.number(), m_saved.positions,
-                          m_saved.emissions);
+    if (!m_writer.writeMarkers(body.type, body.number(), markers.positions, markers.emissions))
+        m_deletions.notWritten(body);
+}
+
+/// The markers of the body in the canvas were exchanged on the controller. What was done to its
+/// coordinate system goes on: the stored frame is the same.
+void BodyAdjustmentDialog::showLoadedMarkersAgain()
+{
+    m_canvas->exchangeMarkers(m_loaded.positions, m_loaded.emissions);
+    refillTable();
+    refreshEditButtons();
 }
 
 // View --------------------------------------------------------------------------------------------
@@ -1119,66 +1020,58 @@ void BodyAdjustmentDialog::on_help_button_clicked()
     delete help.data();
 }
 
+void BodyAdjustmentDialog::toggle(bool DisplayFlags::*flag, void (GLCanvas::*setShown)(bool))
+{
+    m_display.*flag = !(m_display.*flag);
+    (m_canvas->*setShown)(m_display.*flag);
+    m_canvas->updateGL();
+}
+
 void BodyAdjustmentDialog::toggled_small_markers()
 {
-    m_display.smallMarkers = !m_display.smallMarkers;
-    m_canvas->showSmallMarkers(m_display.smallMarkers);
-    m_canvas->updateGL();
+    toggle(&DisplayFlags::smallMarkers, &GLCanvas::showSmallMarkers);
 }
 
 void BodyAdjustmentDialog::toggled_colored_markers()
 {
-    m_display.colouredMarkers = !m_display.colouredMarkers;
-    m_canvas->showColoredMarkers(m_display.colouredMarkers);
-    m_canvas->updateGL();
+    toggle(&DisplayFlags::colouredMarkers, &GLCanvas::showColoredMarkers);
 }
 
 void BodyAdjustmentDialog::toggled_long_axes()
 {
-    m_display.longAxes = !m_display.longAxes;
-    m_canvas->showLongAxes(m_display.longAxes);
-    m_canvas->updateGL();
+    toggle(&DisplayFlags::longAxes, &GLCanvas::showLongAxes);
 }
 
 void BodyAdjustmentDialog::toggled_show_COG()
 {
-    m_display.showCog = !m_display.showCog;
-    m_canvas->showCOG(m_display.showCog);
-    m_canvas->updateGL();
+    toggle(&DisplayFlags::showCog, &GLCanvas::showCOG);
 }
 
 void BodyAdjustmentDialog::toggled_show_XY()
 {
-    m_display.showXy = !m_display.showXy;
-    m_canvas->showXYGrid(m_display.showXy);
-    m_canvas->updateGL();
+    toggle(&DisplayFlags::showXy, &GLCanvas::showXYGrid);
 }
 
 void BodyAdjustmentDialog::toggled_show_YZ()
 {
-    m_display.showYz = !m_display.showYz;
-    m_canvas->showYZGrid(m_display.showYz);
-    m_canvas->updateGL();
+    toggle(&DisplayFlags::showYz, &GLCanvas::showYZGrid);
 }
 
 void BodyAdjustmentDialog::toggled_show_XZ()
 {
-    m_display.showXz = !m_display.showXz;
-    m_canvas->showXZGrid(m_display.showXz);
-    m_canvas->updateGL();
-}
-
-void BodyAdjustmentDialog::toggled_show_room_ori()
-{
-    m_display.showRoomOrientation = !m_display.showRoomOrientation;
-    m_canvas->setRoomAxesVisible(m_display.showRoomOrientation);
+    toggle(&DisplayFlags::showXz, &GLCanvas::showXZGrid);
 }
 
 void BodyAdjustmentDialog::toggled_marker_emissions()
 {
-    m_display.markerEmissions = !m_display.markerEmissions;
-    m_canvas->showMarkerEmissions(m_display.markerEmissions);
-    m_canvas->updateGL();
+    toggle(&DisplayFlags::markerEmissions, &GLCanvas::showMarkerEmissions);
+}
+
+void BodyAdjustmentDialog::toggled_show_room_ori()
+{
+    // Comes into view with the next tick of the timer.
+    m_display.showRoomOrientation = !m_display.showRoomOrientation;
+    m_canvas->setRoomAxesVisible(m_display.showRoomOrientation);
 }
 
 void BodyAdjustmentDialog::toggled_switch_view()
@@ -1252,63 +1145,10 @@ void BodyAdjustmentDialog::calcNormalizedUnitVector()
 
 int BodyAdjustmentDialog::receiveLine(const char *lineType, const char *line)
 {
-    if (!m_dataMutex.try_lock())
-        return 0;
-    const LineFilter filter = m_lineFilter;
-    DataLineType type = DataLineType::SixD;
-    bool wanted = true;
-    if (qstrcmp(lineType, "6d") == 0 && filter.isStandard)
-        type = DataLineType::SixD;
-    else if (qstrcmp(lineType, "6df") == 0 && filter.isVimbar)
-        type = DataLineType::SixDf;
-    else if (qstrcmp(lineType, "6df2") == 0 && filter.isVimbar)
-        type = DataLineType::SixDf2;
-    else
-        wanted = false;
-    if (!wanted) {
-        m_dataMutex.unlock();
-        return 0;
-    }
-
-    m_lineBuffer = line;
-    const bool wellFormed = parseDataLine(type, m_lineBuffer.data(), &m_blocks);
-    enum { NothingToTell, Tracked, NotTracked } outcome = NothingToTell;
-    if (wellFormed) {
-        if (type == DataLineType::SixD)
-            outcome = NotTracked;
-        for (int i = 0; i < m_blocks.size(); ++i) {
-            const DataBlock &block = m_blocks.at(i);
-            long id = block.id;
-            if (type == DataLineType::SixD && filter.multiUserWithHead)
-                --id;
-            const bool isChosen =
-                type == DataLineType::SixDf2 ? i == filter.index : id == filter.index;
-            if (!isChosen)
-                continue;
-            const bool tracked = block.quality != -1.0;
-            outcome = tracked ? Tracked : NotTracked;
-            TrackedPose pose;
-            if (tracked) {
-                pose.id = static_cast<int>(id);
-                pose.quality = static_cast<float>(block.quality);
-                pose.buttons = static_cast<int>(block.buttons);
-                pose.position = block.position;
-                pose.rotation = block.rotation;
-            }
-            TrackedPoseSlot &slot = type == DataLineType::SixD ? m_standardPose : m_vimbarPose;
-            if (!tracked && type != DataLineType::SixD) {
-                // A lost vimbar keeps its last place, but counts as lost.
-                pose = slot.load();
-                pose.quality = -1.0F;
-            }
-            slot.store(pose);
-        }
-    }
-    m_dataMutex.unlock();
-
-    // Emitted without the lock: what is connected may deliver the next line.
-    if (outcome != NothingToTell)
-        emit set_chosen_body_tracked(outcome == Tracked);
+    ChosenBodyTracking::Outcome outcome;
+    const bool wellFormed = m_tracking.receive(lineType, line, &outcome);
+    if (outcome != ChosenBodyTracking::Outcome::NothingToTell)
+        emit set_chosen_body_tracked(outcome == ChosenBodyTracking::Outcome::Tracked);
     return wellFormed ? 0 : -1;
 }
 
@@ -1316,8 +1156,8 @@ void BodyAdjustmentDialog::update_track()
 {
     if (!m_online || !m_chosen.isValid())
         return;
-    const bool isStandard = isType(m_chosen.type, "standard");
-    if (!isStandard && !isType(m_chosen.type, "vimbar")) {
+    const bool isStandard = ChosenBodyTracking::isStandard(m_chosen.type);
+    if (!isStandard && !ChosenBodyTracking::isVimbar(m_chosen.type)) {
         if (m_unknownTypeBoxOpen)
             return;
         m_unknownTypeBoxOpen = true;
@@ -1328,7 +1168,7 @@ void BodyAdjustmentDialog::update_track()
             m_unknownTypeBoxOpen = false;
         return;
     }
-    const TrackedPose pose = isStandard ? m_standardPose.load() : m_vimbarPose.load();
+    const TrackedPose pose = isStandard ? m_tracking.standardPose() : m_tracking.vimbarPose();
     const bool tracked = pose.quality == 1.0F && pose.id == m_chosen.index;
     m_canvas->setTrackedPose(pose.rotation, pose.position, tracked);
 }

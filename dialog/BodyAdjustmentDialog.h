@@ -1,26 +1,23 @@
 #pragma once
 
 #include "AppliedTransforms.h"
-#include "DataMutex.h"
+#include "BodyIdentity.h"
+#include "MarkerDeletions.h"
+#include "ViewMenus.h"
 
 #include <host/Requester.h>
-#include <model/Emission.h>
 #include <model/abcAxis.h>
-#include <model/bsVector.h>
 #include <protocol/BodyCatalogue.h>
 #include <protocol/BodyWriter.h>
+#include <protocol/ChosenBodyTracking.h>
 #include <protocol/CommandChannel.h>
-#include <protocol/DataLines.h>
-#include <protocol/TrackedPose.h>
 #include <protocol/TrackingSession.h>
 
-#include <QByteArray>
 #include <QDialog>
 #include <QIcon>
 #include <QMessageBox>
 #include <QPixmap>
 #include <QString>
-#include <QVector>
 
 #include <memory>
 
@@ -28,7 +25,6 @@ class BodyAdjustmentMessageReceiver;
 class BodyTable;
 class GLCanvas;
 class IOManager;
-class QMenu;
 class QTimer;
 class SetAxisDialog;
 struct BackendVersions;
@@ -118,54 +114,14 @@ public slots:
 private:
     Q_DISABLE_COPY(BodyAdjustmentDialog)
 
-    /// Which body of the controller is meant.
-    struct BodyIdentity {
-        QString type;
-        int index = -1; ///< body number minus one; -1: none
-        int listIndex = -1;
-        bool isValid() const { return index >= 0; }
-        int number() const { return index + 1; }
-        bool isSame(const BodyIdentity &other) const
-        {
-            return isValid() && type == other.type && index == other.index;
-        }
-    };
-    /// The markers of a body before one of them was deleted, in the body's present stored frame.
-    struct SavedMarkers {
-        BodyIdentity body;
-        QVector<bsVector> positions;
-        QVector<Emission> emissions;
-        int deletedMarker = -1; ///< 0-based
-    };
-    /// What the data-line parser must know of the chosen body.
-    struct LineFilter {
-        bool isStandard = false;
-        bool isVimbar = false;
-        int index = -1;
-        bool multiUserWithHead = false;
-    };
-    struct DisplayFlags {
-        bool smallMarkers = false;
-        bool colouredMarkers = true;
-        bool longAxes = false;
-        bool showCog = false;
-        bool showXy = true;
-        bool showYz = false;
-        bool showXz = false;
-        bool showRoomOrientation = false;
-        bool markerEmissions = true;
-    };
-
     void createCanvasAndMenus();
     void configureValueWidgets();
     void connectWidgets();
-    void handOverDisplayFlags();
 
     void buildBodyList();
     bool selectRequestedBody();
     void setChosenBody(const QString &type, int index, bool calibrated, const QString &targetType,
                        int listIndex);
-    void updateLineFilter();
     void chooseNoBody();
     /// @return false if the entry or its markers could not be read, or the dialog has gone
     bool loadChosenBody(int index, bool alwaysEnableEditing);
@@ -182,7 +138,6 @@ private:
     void showStatusPixmap(const QPixmap &pixmap);
     bool hasCylinderMarkers() const;
     QString captionOfChosenBody() const;
-    void forgetTracking();
 
     /// Counts a value that is typed but not confirmed as finished.
     void finishOpenEdits();
@@ -198,7 +153,11 @@ private:
     void answerRequest();
 
     bool canDeleteMarkers() const;
-    void writeSavedMarkersBack();
+    void deleteMarker(int marker);
+    void writeMarkers(const BodyIdentity &body, const MarkerList &markers);
+    void writeMarkersOfOpeningBack();
+    void showLoadedMarkersAgain();
+    void toggle(bool DisplayFlags::*flag, void (GLCanvas::*setShown)(bool));
 
     /// Runs a message box. @return the button, or NoButton if the dialog was destroyed meanwhile;
     /// nothing of the dialog may be touched then
@@ -226,8 +185,6 @@ private:
     SetAxisDialog *m_setAxisDialog = nullptr;
     GLCanvas *m_canvas = nullptr;
     BodyTable *m_table = nullptr;
-    QMenu *m_canvasMenu = nullptr;
-    QMenu *m_tableMenu = nullptr;
     DisplayFlags m_display;
 
     bool m_readOnly = false;
@@ -239,28 +196,18 @@ private:
     bool m_askingToDiscard = false;
     QString m_openingText; ///< what the error label tells of the whole session
     int m_openBoxes = 0;
-    bool m_multiUserWithHead = false;
 
     BodyIdentity m_chosen;
     bool m_chosenCalibrated = false;
     QString m_chosenTargetType;
     BodyIdentity m_inCanvas; ///< the body whose markers the canvas shows
-    QVector<bsVector> m_loadedMarkers;
-    QVector<Emission> m_loadedEmissions;
+    MarkerList m_loaded;     ///< what the controller holds of the body in the canvas
 
     AppliedTransforms m_applied;
-
-    SavedMarkers m_saved;
-    int m_pendingDeletedMarker = -1; ///< to be deleted again by Redo
-    bool m_markersDeleted = false;
+    MarkerDeletions m_deletions;
 
     QString m_requestingModule;
     QString m_requestedBody;
 
-    DataMutex m_dataMutex; ///< guards the line buffer, the filter and writing the poses
-    QByteArray m_lineBuffer;
-    QVector<DataBlock> m_blocks;
-    LineFilter m_lineFilter;
-    TrackedPoseSlot m_standardPose;
-    TrackedPoseSlot m_vimbarPose;
+    ChosenBodyTracking m_tracking;
 };

@@ -91,6 +91,22 @@ bool abcBody::loadMarkers(const QVector<bsVector> &positions)
         return false;
     }
 
+    createMarkers(positions);
+    m_loaded = true;
+    emit bodyLoaded(true);
+    colourMarkers();
+    return true;
+}
+
+void abcBody::exchangeMarkers(const QVector<bsVector> &positions)
+{
+    deleteObjects();
+    createMarkers(positions);
+    colourMarkers();
+}
+
+void abcBody::createMarkers(const QVector<bsVector> &positions)
+{
     m_cog = bsVector();
     for (const bsVector &position : positions) {
         MarkerRecord record;
@@ -100,11 +116,12 @@ bool abcBody::loadMarkers(const QVector<bsVector> &positions)
         m_cog += position;
     }
     m_cog /= static_cast<double>(positions.size());
-    m_loaded = true;
-    emit bodyLoaded(true);
+}
+
+void abcBody::colourMarkers()
+{
     for (int index = 0; index < m_markers.size(); ++index)
         m_markers[index]->colour = m_palette[index % m_palette.size()];
-    return true;
 }
 
 void abcBody::setEmissions(const QVector<Emission> &emissions)

@@ -58,6 +58,9 @@ public:
     /// presenter, false is returned and the body stays empty. No position gives a loaded body
     /// without markers.
     bool loadMarkers(const QVector<bsVector> &positions);
+    /// Other markers for the loaded body, in the same stored frame: its coordinate system and the
+    /// history stay. Removes the lines; no selection may refer to lines or markers any more.
+    void exchangeMarkers(const QVector<bsVector> &positions);
     /// Markers beyond the end of the list keep their emission.
     void setEmissions(const QVector<Emission> &emissions);
     void setAllEmissions(double ex, double ey, double ez, double angleDeg);
@@ -113,6 +116,8 @@ private:
     Q_DISABLE_COPY(abcBody)
 
     void clearPendingPose();
+    void createMarkers(const QVector<bsVector> &positions);
+    void colourMarkers();
     void deleteObjects();
     void pushUndo(const bsMatrix &matrix);
     void setModified(bool modified);

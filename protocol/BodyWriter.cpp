@@ -38,23 +38,29 @@ bool BodyWriter::writeTransform(const QString &type, int number, const bsMatrix 
     return reply.status == 0;
 }
 
-void BodyWriter::writeMarkers(const QString &type, int number, const QVector<bsVector> &positions,
+bool BodyWriter::writeMarkers(const QString &type, int number, const QVector<bsVector> &positions,
                               const QVector<Emission> &emissions)
 {
     if (!m_channel->setMarkerCount(type, number, positions.size())) {
         m_channel->postError("Error: Unable to set body target_type");
-        return;
+        return false;
     }
+    bool allWritten = true;
+    const auto report = [this, &allWritten](const char *text) {
+        m_channel->postError(text);
+        allWritten = false;
+    };
     const bool withEmissions = versionAtLeast(m_versions, 1, 12) &&
                                std::any_of(emissions.cbegin(), emissions.cend(), isSet);
     for (int index = 0; index < positions.size(); ++index) {
         const int markerNumber = index + 1;
         if (!m_channel->setMarker(type, number, markerNumber, positions.at(index)))
-            m_channel->postError("Error: Unable to set body marker values");
+            report("Error: Unable to set body marker values");
         if (withEmissions && index < emissions.size() &&
             !m_channel->setEmission(type, number, markerNumber, emissions.at(index)))
-            m_channel->postError("Error: Unable to set body marker emission");
+            report("Error: Unable to set body marker emission");
     }
+    return allWritten;
 }
 
 void BodyWriter::deleteMarker(const QString &type, int number, int markerIndex)

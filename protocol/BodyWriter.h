@@ -24,7 +24,8 @@ public:
     bool writeTransform(const QString &type, int number, const bsMatrix &transform,
                         bool *confirmed = nullptr);
     /// Sends the count, then every marker with its emission. Measurement must be stopped.
-    void writeMarkers(const QString &type, int number, const QVector<bsVector> &positions,
+    /// @return false if one of the exchanges failed
+    bool writeMarkers(const QString &type, int number, const QVector<bsVector> &positions,
                       const QVector<Emission> &emissions);
     /// @param markerIndex  0-based
     void deleteMarker(const QString &type, int number, int markerIndex);

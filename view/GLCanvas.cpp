@@ -92,6 +92,17 @@ bool GLCanvas::setBody(const QVector<bsVector> &positions, const QVector<Emissio
     return loaded;
 }
 
+void GLCanvas::exchangeMarkers(const QVector<bsVector> &positions,
+                               const QVector<Emission> &emissions)
+{
+    if (!m_body.isLoaded())
+        return;
+    m_selection.clear();
+    m_body.exchangeMarkers(positions);
+    m_body.setEmissions(emissions);
+    emitBodyReplaced();
+}
+
 void GLCanvas::clearBody()
 {
     m_selection.clear();

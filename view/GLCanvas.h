@@ -32,6 +32,9 @@ public:
     /// Shows a body (stored frame). Empties the selection and the history.
     /// @return false if there is no body in the list; the canvas is then empty
     bool setBody(const QVector<bsVector> &positions, const QVector<Emission> &emissions);
+    /// Other markers for the body that is shown (same stored frame). Empties the selection and
+    /// removes the lines; the coordinate system and the history stay. Nothing without a body.
+    void exchangeMarkers(const QVector<bsVector> &positions, const QVector<Emission> &emissions);
     /// Empties the canvas: body, lines, selection and history. The camera stays.
     void clearBody();
     bool isBodyLoaded() const { return m_body.isLoaded(); }

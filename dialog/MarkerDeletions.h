@@ -1,0 +1,71 @@
+#pragma once
+
+#include "BodyIdentity.h"
+
+#include <model/Emission.h>
+#include <model/bsMatrix.h>
+#include <model/bsVector.h>
+
+#include <QList>
+#include <QVector>
+
+/// The markers of a body in its present stored frame, by marker index.
+struct MarkerList {
+    QVector<bsVector> positions; ///< millimetres
+    QVector<Emission> emissions;
+
+    /// Every marker where @p transform takes it; emission directions are turned.
+    void transform(const bsMatrix &transform);
+};
+
+/// The markers that were deleted on the controller since the dialog was opened, body by body, so
+/// that each deletion can be undone and redone and what was there at opening brought back.
+class MarkerDeletions {
+public:
+    void clear();
+
+    /// A marker of the body was told to be deleted; what could be redone for it is forgotten.
+    /// @param before  all markers, that one included
+    /// @param marker  0-based
+    void add(const BodyIdentity &body, const MarkerList &before, int marker);
+
+    bool canUndo(const BodyIdentity &body) const;
+    /// Takes the last deletion of the body back; it is then pending to be redone.
+    /// @return the markers that the body has then; nothing if there is nothing to undo
+    MarkerList undo(const BodyIdentity &body);
+    /// The marker that Redo deletes, 0-based; -1: none.
+    int pendingMarker(const BodyIdentity &body) const;
+    /// The pending marker was told to be deleted again.
+    void redo(const BodyIdentity &body, const MarkerList &before);
+
+    /// A list of markers for the body could not be written whole: it is not as at opening until
+    /// that was written.
+    void notWritten(const BodyIdentity &body);
+    /// The bodies that may have other markers than at opening, in the order of their first
+    /// deletion.
+    QList<BodyIdentity> changedBodies() const;
+    MarkerList markersAtOpening(const BodyIdentity &body) const;
+    /// Takes all deletions of all bodies back; each is then pending to be redone.
+    void undoAll();
+
+    /// The controller mapped the body's markers; what is kept of them is mapped along.
+    void carryAlong(const BodyIdentity &body, const bsMatrix &transform);
+
+private:
+    struct Deletion {
+        MarkerList before;
+        int marker = -1;
+    };
+    struct Record {
+        BodyIdentity body;
+        MarkerList atOpening;
+        QVector<Deletion> done; ///< the last one at the back
+        QVector<int> pending;   ///< markers to delete again, the next one at the back
+        bool isWritten = true;
+    };
+
+    Record *find(const BodyIdentity &body);
+    const Record *find(const BodyIdentity &body) const;
+
+    QVector<Record> m_records;
+};
