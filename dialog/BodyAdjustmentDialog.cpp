@@ -14,7 +14,9 @@
 #include <widgets/WidgetResources.h>
 #include <widgets/xyzWidget.h>
 
+#include <QAbstractItemView>
 #include <QEvent>
+#include <QItemSelectionModel>
 #include <QKeyEvent>
 #include <QPointer>
 #include <QShortcut>
@@ -229,6 +231,8 @@ void BodyAdjustmentDialog::connectWidgets()
             QOverload<int>::of(&QComboBox::currentIndexChanged));
     connect(m_form->body_name, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
             [this](int index) {
+                if (isOnlyFocused(index))
+                    return;
                 // Opening the list highlights the body that is shown; only leaving it may
                 // ask for its changes and load another one.
                 if (index < 0 || index != m_inCanvas.listIndex || index != m_chosen.listIndex)
@@ -594,6 +598,17 @@ bool BodyAdjustmentDialog::showCalibratedBody(bool alwaysEnableEditing)
         setTabsEnabled(false);
     }
     return true;
+}
+
+/// An open list with nothing chosen makes its first row the current one when it gets the focus;
+/// the user did not highlight it.
+bool BodyAdjustmentDialog::isOnlyFocused(int listIndex) const
+{
+    const QAbstractItemView *view = m_form->body_name->view();
+    const QModelIndex current = view->currentIndex();
+    return current.isValid() && current.row() == listIndex &&
+           m_form->body_name->currentIndex() != listIndex &&
+           !view->selectionModel()->isSelected(current);
 }
 
 /// The body that is still shown is the chosen one again, in the list too: what is seen, what is

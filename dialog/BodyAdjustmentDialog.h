@@ -120,6 +120,7 @@ private:
 
     void buildBodyList();
     bool selectRequestedBody();
+    bool isOnlyFocused(int listIndex) const;
     void setChosenBody(const QString &type, int index, bool calibrated, const QString &targetType,
                        int listIndex);
     void chooseNoBody();

@@ -18,30 +18,6 @@ bool isFinite(const bsMatrix &matrix)
                        [](double value) { return std::isfinite(value); });
 }
 
-/// Brings a rotation that is off by rounding back to orthonormal columns (one step of Newton's
-/// iteration for the polar decomposition), so that errors of many products cannot add up.
-void orthonormalizeRotation(bsMatrix &matrix)
-{
-    double correction[3][3];
-    for (int row = 0; row < 3; ++row) {
-        for (int col = 0; col < 3; ++col) {
-            const bsVector a = matrix.column(row);
-            const bsVector b = matrix.column(col);
-            const double dot = a.x * b.x + a.y * b.y + a.z * b.z;
-            correction[row][col] = 0.5 * ((row == col ? 3.0 : 0.0) - dot);
-        }
-    }
-    const bsMatrix source = matrix;
-    for (int row = 0; row < 3; ++row) {
-        for (int col = 0; col < 3; ++col) {
-            double sum = 0.0;
-            for (int inner = 0; inner < 3; ++inner)
-                sum += source.element(row, inner) * correction[inner][col];
-            matrix.element(row, col) = sum;
-        }
-    }
-}
-
 } // namespace
 
 abcBody::abcBody(QObject *parent)
@@ -209,7 +185,7 @@ bool abcBody::saveCurrentBody()
         return false;
 
     bsMatrix committed = m_baseMatrix * pending;
-    orthonormalizeRotation(committed);
+    committed.orthonormalizeRotation();
     if (!isFinite(committed)) {
         clearPendingPose();
         return false;

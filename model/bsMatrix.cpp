@@ -4,6 +4,7 @@
 
 #include <QtGlobal>
 
+#include <cmath>
 #include <utility>
 
 const bsMatrix &bsMatrix::identity()
@@ -79,6 +80,36 @@ bsMatrix bsMatrix::rigidInverse() const
     bsMatrix result = *this;
     result.invertRigid();
     return result;
+}
+
+void bsMatrix::orthonormalizeRotation()
+{
+    // Newton's iteration for the polar decomposition: each pass squares the error, so three of them
+    // take numbers of three decimals to the limit of a double.
+    constexpr int passes = 3;
+    constexpr double farFromAnyRotation = 0.1;
+    for (int pass = 0; pass < passes; ++pass) {
+        double correction[3][3];
+        for (int row = 0; row < 3; ++row) {
+            for (int col = 0; col < 3; ++col) {
+                const bsVector a = column(row);
+                const bsVector b = column(col);
+                const double error = a.x * b.x + a.y * b.y + a.z * b.z - (row == col ? 1.0 : 0.0);
+                if (!(std::fabs(error) < farFromAnyRotation))
+                    return;
+                correction[row][col] = (row == col ? 1.0 : 0.0) - 0.5 * error;
+            }
+        }
+        const bsMatrix source = *this;
+        for (int row = 0; row < 3; ++row) {
+            for (int col = 0; col < 3; ++col) {
+                double sum = 0.0;
+                for (int inner = 0; inner < 3; ++inner)
+                    sum += source.element(row, inner) * correction[inner][col];
+                element(row, col) = sum;
+            }
+        }
+    }
 }
 
 bsMatrix bsMatrix::withExactHalfTurn() const

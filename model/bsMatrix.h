@@ -32,6 +32,10 @@ public:
     /// The rigid inverse as a new matrix.
     bsMatrix rigidInverse() const;
 
+    /// Brings a rotation block that is off by the rounding of its numbers to the nearest rotation;
+    /// the rest stays. A block that is far from any rotation stays as it is.
+    void orthonormalizeRotation();
+
     /// A copy to take a quaternion from. A half turn has a diagonal that sums up to -1; rounding
     /// can leave the sum just above, and the quaternion of such a matrix would be no turn at all.
     /// The copy has that excess (less than 1e-10) taken off its diagonal; any other matrix is

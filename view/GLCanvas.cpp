@@ -162,7 +162,10 @@ void GLCanvas::setTrackedPose(const bsMatrix &rotation, const bsVector &position
         return;
     m_tracked = tracked;
     if (tracked) {
+        // Of a rotation near half a turn the few decimals of a data line would leave no more than
+        // a rough quaternion.
         m_roomMatrix = rotation;
+        m_roomMatrix.orthonormalizeRotation();
         m_roomPosition = position;
     }
     update();

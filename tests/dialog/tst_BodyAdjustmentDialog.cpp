@@ -522,6 +522,40 @@ private slots:
         });
     }
 
+    void openingTheListWithNothingChosenChoosesNothing_data()
+    {
+        QTest::addColumn<bool>("byMouse");
+        QTest::newRow("F4") << false;
+        QTest::newRow("mouse") << true;
+    }
+    void openingTheListWithNothingChosenChoosesNothing()
+    {
+        QFETCH(bool, byMouse);
+        fixture().session([&] {
+            auto *list = fixture().child<QComboBox>("body_name");
+            fixture().host.clearRecords();
+            if (byMouse)
+                QTest::mouseClick(list, Qt::LeftButton, {}, list->rect().center());
+            else
+                QTest::keyClick(list, Qt::Key_F4);
+            QTRY_VERIFY(list->view()->isVisible());
+            QVERIFY(QTest::qWaitForWindowExposed(list->view()->window()));
+            QTRY_VERIFY(list->view()->hasFocus());
+            QTest::keyClick(list->view(), Qt::Key_Escape);
+            QTRY_VERIFY(!list->view()->isVisible());
+            QCOMPARE(list->currentIndex(), -1);
+            QCOMPARE(fixture().host.transcript, QStringList());
+            QVERIFY(!fixture().canvas()->isBodyLoaded());
+            // The first body can be chosen all the same.
+            QTest::keyClick(list, Qt::Key_F4);
+            QTRY_VERIFY(list->view()->isVisible());
+            QTest::keyClick(list->view(), Qt::Key_Home);
+            QTest::keyClick(list->view(), Qt::Key_Return);
+            QTRY_COMPARE(list->currentIndex(), 0);
+            QCOMPARE(fixture().canvas()->body().markerCount(), 6);
+        });
+    }
+
     void openingTheListOnAChangedBodyAsksNothingAndLosesNothing()
     {
         fixture().session([&] {

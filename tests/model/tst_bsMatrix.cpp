@@ -28,6 +28,9 @@ private slots:
     void differsComparesEachElement_data();
     void differsComparesEachElement();
     void differsWithNan();
+    void orthonormalizingFindsTheRotationBehindRoundedNumbers_data();
+    void orthonormalizingFindsTheRotationBehindRoundedNumbers();
+    void orthonormalizingLeavesWhatIsNoRotation();
     void exactHalfTurnTouchesOnlyHalfTurns();
     void exactHalfTurnNeverLeavesAnExcess();
     void exactHalfTurnEndsForAnyInput();
@@ -271,6 +274,57 @@ void tst_bsMatrix::differsWithNan()
     bsMatrix matrix = bsMatrix::identity();
     matrix.m[9] = std::numeric_limits<double>::quiet_NaN();
     QVERIFY(differs(matrix, matrix));
+}
+
+void tst_bsMatrix::orthonormalizingFindsTheRotationBehindRoundedNumbers_data()
+{
+    QTest::addColumn<double>("step");
+    QTest::addColumn<double>("limit");
+    QTest::newRow("3 decimals") << 1e-3 << 1.5e-3;
+    QTest::newRow("6 decimals") << 1e-6 << 1.5e-6;
+    QTest::newRow("as they are") << 0.0 << 1e-14;
+}
+
+void tst_bsMatrix::orthonormalizingFindsTheRotationBehindRoundedNumbers()
+{
+    QFETCH(double, step);
+    QFETCH(double, limit);
+    Oracle::Random random(testSeed());
+    for (int round = 0; round < 2000; ++round) {
+        const Eigen::Matrix4d exact = Oracle::rigid(random.rotation(), random.vector(500.0));
+        bsMatrix matrix = Oracle::matrix(exact);
+        for (int index : {0, 1, 2, 4, 5, 6, 8, 9, 10}) {
+            if (step > 0.0)
+                matrix.m[index] = std::round(matrix.m[index] / step) * step;
+        }
+        // The nearest rotation, by singular values.
+        const Eigen::JacobiSVD<Eigen::Matrix3d> svd(Oracle::rotation(Oracle::matrix(matrix)),
+                                                    Eigen::ComputeFullU | Eigen::ComputeFullV);
+        const Eigen::Matrix3d nearest = svd.matrixU() * svd.matrixV().transpose();
+        const bsMatrix before = matrix;
+        matrix.orthonormalizeRotation();
+        const Eigen::Matrix3d block = Oracle::rotation(Oracle::matrix(matrix));
+        QVERIFY((block - nearest).norm() < 1e-13);
+        QVERIFY((block - Oracle::rotation(exact)).norm() < limit);
+        for (int index : {3, 7, 11, 12, 13, 14, 15})
+            QCOMPARE(matrix.m[index], before.m[index]);
+    }
+}
+
+void tst_bsMatrix::orthonormalizingLeavesWhatIsNoRotation()
+{
+    bsMatrix zeros;
+    zeros.orthonormalizeRotation();
+    QVERIFY(areIdentical(zeros, bsMatrix()));
+
+    bsMatrix any = counted();
+    any.orthonormalizeRotation();
+    QVERIFY(areIdentical(any, counted()));
+
+    bsMatrix undefined = bsMatrix::identity();
+    undefined.m[5] = std::numeric_limits<double>::quiet_NaN();
+    undefined.orthonormalizeRotation();
+    QCOMPARE(undefined.m[0], 1.0);
 }
 
 void tst_bsMatrix::exactHalfTurnTouchesOnlyHalfTurns()
