@@ -529,6 +529,7 @@ void BodyAdjustmentDialog::update_after_apply(int index)
 
 void BodyAdjustmentDialog::chooseNoBody()
 {
+    setErrorText(m_openingText);
     m_table->clearTable();
     if (m_canvas->isBodyLoaded())
         emptyCanvas();
@@ -542,6 +543,7 @@ void BodyAdjustmentDialog::chooseNoBody()
 
 bool BodyAdjustmentDialog::loadChosenBody(int index, bool alwaysEnableEditing)
 {
+    setErrorText(m_openingText);
     BodyListEntry entry;
     const int position = index < 0 ? m_form->body_name->currentIndex() : index;
     if (!BodyListEntry::fromText(m_form->body_name->itemData(position).toString(), &entry)) {
@@ -642,6 +644,7 @@ void BodyAdjustmentDialog::showUncalibratedBody()
 /// The cameras of both modes stay as they are.
 void BodyAdjustmentDialog::emptyCanvas()
 {
+    finishViewEdits();
     m_canvas->setOnline(false);
     m_canvas->clearBody();
     m_inCanvas = BodyIdentity();
@@ -804,6 +807,7 @@ void BodyAdjustmentDialog::refillTable()
 
 void BodyAdjustmentDialog::table_body_change()
 {
+    setErrorText(m_openingText);
     refillTable();
 }
 
@@ -815,18 +819,35 @@ void BodyAdjustmentDialog::finishOpenEdits()
     m_form->body_ori_xyzWidget->finishEditing();
 }
 
+/// The camera is about to get another reference than the one from which the wheels count.
+void BodyAdjustmentDialog::finishViewEdits()
+{
+    m_form->pos_xyzWidget->finishEditing();
+    m_form->ori_xyzWidget->finishEditing();
+}
+
 void BodyAdjustmentDialog::afterOperation(bool done)
 {
     if (!done) {
         setErrorText(
-            tr("The markers of this body do not define a coordinate system: at least three "
-               "markers at different distances are needed."));
+            m_canvas->isBodyLoaded()
+                ? tr("The markers of this body do not define a coordinate system: at least three "
+                     "markers at different distances are needed.")
+                : tr("No body is shown."));
         refreshEditButtons();
         return;
     }
     setErrorText(m_openingText);
     apply_button_enable(true);
     refillTable();
+}
+
+/// The room buttons follow the data lines, the view only poses of full quality.
+void BodyAdjustmentDialog::sayIfNotTracked()
+{
+    if (m_online && !m_canvas->isTracked())
+        setErrorText(tr("The body is not tracked reliably now: the axes are those of the "
+                        "orientation in which it was seen last."));
 }
 
 void BodyAdjustmentDialog::set_origin_to_marker()
@@ -859,6 +880,7 @@ void BodyAdjustmentDialog::on_adjust_axes_to_room_button_clicked()
     finishOpenEdits();
     m_canvas->setParallelAxes();
     afterOperation(true);
+    sayIfNotTracked();
 }
 
 void BodyAdjustmentDialog::on_pushButton_due_to_body_clicked()
@@ -870,13 +892,19 @@ void BodyAdjustmentDialog::on_pushButton_due_to_body_clicked()
 void BodyAdjustmentDialog::on_pushButton_due_to_room_clicked()
 {
     finishOpenEdits();
-    afterOperation(m_canvas->dueToRoomOriginInCog());
+    const bool done = m_canvas->dueToRoomOriginInCog();
+    afterOperation(done);
+    if (done)
+        sayIfNotTracked();
 }
 
 void BodyAdjustmentDialog::on_pushButton_due_to_room_0_clicked()
 {
     finishOpenEdits();
-    afterOperation(m_canvas->dueToRoomOriginInMarker());
+    const bool done = m_canvas->dueToRoomOriginInMarker();
+    afterOperation(done);
+    if (done)
+        sayIfNotTracked();
 }
 
 void BodyAdjustmentDialog::on_apply_button_clicked()
@@ -917,6 +945,7 @@ void BodyAdjustmentDialog::adoptWrittenTransform(const bsMatrix &transform)
     m_canvas->setBody(markers.positions, markers.emissions);
     m_loaded.transform(transform);
     m_deletions.carryAlong(m_inCanvas, transform);
+    onCanDeleteMarker();
 }
 
 void BodyAdjustmentDialog::restoreChangedBodies()
@@ -1007,6 +1036,7 @@ void BodyAdjustmentDialog::showLoadedMarkersAgain()
     m_canvas->exchangeMarkers(m_loaded.positions, m_loaded.emissions);
     refillTable();
     refreshEditButtons();
+    onCanDeleteMarker();
 }
 
 // View --------------------------------------------------------------------------------------------
@@ -1014,6 +1044,7 @@ void BodyAdjustmentDialog::showLoadedMarkersAgain()
 void BodyAdjustmentDialog::on_online_checkbox_clicked()
 {
     m_pollTimer->stop();
+    finishViewEdits();
     m_online = m_form->online_checkbox->isChecked();
     m_canvas->setOnline(m_online);
     if (!m_online)
@@ -1026,6 +1057,7 @@ void BodyAdjustmentDialog::on_reset_view_button_clicked()
     m_canvas->setViewOrientation(bsMatrix::identity());
     if (!m_canvas->isDragging())
         m_canvas->setViewPosition(bsVector(0.0, 0.0, -300.0));
+    finishViewEdits();
 }
 
 void BodyAdjustmentDialog::on_help_button_clicked()
@@ -1084,7 +1116,6 @@ void BodyAdjustmentDialog::toggled_marker_emissions()
 
 void BodyAdjustmentDialog::toggled_show_room_ori()
 {
-    // Comes into view with the next tick of the timer.
     m_display.showRoomOrientation = !m_display.showRoomOrientation;
     m_canvas->setRoomAxesVisible(m_display.showRoomOrientation);
 }

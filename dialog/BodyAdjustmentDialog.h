@@ -142,8 +142,10 @@ private:
 
     /// Counts a value that is typed but not confirmed as finished.
     void finishOpenEdits();
+    void finishViewEdits();
     void refreshEditButtons();
     void afterOperation(bool done);
+    void sayIfNotTracked();
     void refillTable();
 
     /// Writes the transform of the body in the canvas and keeps what was written.

@@ -56,6 +56,9 @@ GLCanvas::GLCanvas(QWidget *parent)
     , m_body(this)
 {
     setFocusPolicy(Qt::StrongFocus);
+    // The menu opens on the press. The event that the toolkit sends for it as well would go on to
+    // the parents and open what they have.
+    setContextMenuPolicy(Qt::PreventContextMenu);
     m_body.setWarningPresenter([this](const QString &title, const QString &text) {
         QMessageBox box(QMessageBox::Warning, title, text, QMessageBox::Ok);
         // The box has no parent, yet must not outlast the canvas.

@@ -44,6 +44,8 @@ BodyTable::BodyTable(QWidget *parent)
     , m_form(std::make_unique<BodyTable02>())
 {
     m_form->setupUi(this);
+    // The menu opens on the press; what follows it would open the menus of the parents.
+    setContextMenuPolicy(Qt::PreventContextMenu);
     setUpTable(m_form->tableWidget_data, dataHeaders());
     setUpTable(m_form->tableWidget_emissions, emissionHeaders());
     // With the last column, which stretches anyway, the three values share the width.
@@ -145,6 +147,7 @@ void BodyTable::setUpTable(QTableWidget *table, const QStringList &headers)
     // The numbers of the markers are short; the room is for the values.
     table->setColumnWidth(
         0, std::max(table->horizontalHeader()->sectionSizeHint(0), markerColumnWidth));
+    table->setContextMenuPolicy(Qt::PreventContextMenu);
     table->setSelectionMode(QAbstractItemView::NoSelection);
     table->setEditTriggers(QAbstractItemView::NoEditTriggers);
 }
