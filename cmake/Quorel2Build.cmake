@@ -53,6 +53,11 @@ endfunction()
 # All tests that need no display and no other program.
 add_custom_target(quorel2-unit-tests)
 
+# The tests that use several threads on purpose; they run under the thread sanitizer too.
+add_custom_target(quorel2-thread-tests)
+set(QUOREL2_THREAD_TESTS tst_TrackedPose tst_ChosenBodyTracking tst_DialogWithoutOpenGL
+                         tst_DataReceiver tst_ControllerThread)
+
 # quorel2_test(<name> SOURCES ... LINK ... LABEL unit|widget|gl|plugin|system [DEPENDS ...])
 # Tests that show windows take turns on the display, so that focus is where the test puts it.
 function(quorel2_test name)
@@ -60,8 +65,7 @@ function(quorel2_test name)
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE quorel2_test_support ${arg_LINK} Qt5::Test)
   target_compile_definitions(${name} PRIVATE
-    QUOREL2_BUILD_DIR="${CMAKE_BINARY_DIR}"
-    QUOREL2_TEST_DATA="${PROJECT_SOURCE_DIR}/tests/data")
+    QUOREL2_BUILD_DIR="${CMAKE_BINARY_DIR}")
   if(arg_DEPENDS)
     add_dependencies(${name} ${arg_DEPENDS})
   endif()
@@ -69,6 +73,10 @@ function(quorel2_test name)
   # QTest prints a warning that no case declared with ignoreMessage() as QWARN.
   set_tests_properties(${name} PROPERTIES LABELS "${arg_LABEL}" TIMEOUT 300
     FAIL_REGULAR_EXPRESSION "QWARN  :;QCRITICAL;Sanitizer:;runtime error:")
+  if(name IN_LIST QUOREL2_THREAD_TESTS)
+    add_dependencies(quorel2-thread-tests ${name})
+    set_property(TEST ${name} APPEND PROPERTY LABELS threads)
+  endif()
   if(arg_LABEL STREQUAL "unit")
     add_dependencies(quorel2-unit-tests ${name})
     set_tests_properties(${name} PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=offscreen;DISPLAY=")

@@ -6,8 +6,16 @@ source dev/common.sh
 install_packages
 
 say "Checking the formatting."
-git ls-files '*.cpp' '*.h' | xargs -r clang-format --dry-run --Werror ||
+sources=$(git ls-files '*.cpp' '*.h') || fail "git cannot list the files."
+printf '%s\n' "$sources" | xargs -r clang-format --dry-run --Werror ||
     fail "Run dev/format.sh."
+
+say "Checking the scripts."
+shellcheck -x run.sh test.sh dev/*.sh tests/scripts/*.sh .ci/run || fail "Mend the scripts."
 
 say "Checking that includes point one way."
 python3 dev/check_includes.py || fail "An include points the wrong way."
+
+say "Checking that the plug-in leaves the process's locale alone."
+! grep -nE '\bsetlocale *\(' -r module protocol model view dialog widgets --include='*.cpp' --include='*.h' ||
+    fail "Only the host may call setlocale()."

@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # What run.sh, test.sh and CI share. Sourced, with the repository as the working directory.
 
 say() { printf '== %s\n' "$*"; }
@@ -28,15 +29,24 @@ install_packages() {
     fi
     say "Installing: ${missing[*]}"
     local lists=(-o DPkg::Lock::Timeout=300)
-    "${root[@]}" apt-get "${lists[@]}" update -q ||
-        fail "The package lists could not be read."
+    # A source that has nothing to do with these packages may be out of order.
+    "${root[@]}" apt-get "${lists[@]}" update -q || say "Not all package lists could be read."
     "${root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get "${lists[@]}" install -y -q \
         --no-install-recommends "${missing[@]}" ||
         fail "These packages could not be installed: ${missing[*]}"
 }
 
+# What root has made under sudo, its owner cannot renew.
+remove_folder() {
+    rm -rf "$1" 2>/dev/null || fail "$1 cannot be removed; was it made with sudo?"
+}
+
 # build <preset> [target]
 build() {
+    local folder=build
+    [[ $1 == dev ]] || folder=build-$1
+    [[ ! -e $folder || -w $folder ]] ||
+        fail "$folder cannot be written to; was it made with sudo? Remove it."
     say "Configuring ($1)."
     local output
     output=$(cmake --preset "$1" 2>&1) || {
@@ -47,13 +57,23 @@ build() {
     cmake --build --preset "$1" ${2:+--target "$2"} || fail "The build failed."
 }
 
+# True if windows can be shown here: a display that is named may be gone.
+has_display() {
+    [[ -n ${DISPLAY:-} ]] || return 1
+    xdpyinfo >/dev/null 2>&1 && return 0
+    say "The display $DISPLAY cannot be reached."
+    return 1
+}
+
 # Runs a command on a virtual X server of its own, with software OpenGL and a window manager.
 with_display() {
     local runtime
     runtime=$(mktemp -d)
     chmod 700 "$runtime"
     local status=0
-    XDG_RUNTIME_DIR=$runtime LIBGL_ALWAYS_SOFTWARE=1 QT_QPA_PLATFORM=xcb \
+    env -u QT_SCALE_FACTOR -u QT_STYLE_OVERRIDE -u QT_FONT_DPI -u QT_PLUGIN_PATH \
+        -u QT_AUTO_SCREEN_SCALE_FACTOR -u QT_LOGGING_RULES -u WAYLAND_DISPLAY \
+        XDG_RUNTIME_DIR="$runtime" LIBGL_ALWAYS_SOFTWARE=1 QT_QPA_PLATFORM=xcb \
         xvfb-run -a -s "-screen 0 1920x1200x24 +extension GLX" dev/in-display.sh "$@" || status=$?
     rm -rf "$runtime"
     return "$status"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The unit tests under the thread sanitizer. Qt's libraries are not instrumented, so what happens
+# All unit tests under the thread sanitizer. Qt's libraries are not instrumented, so what happens
 # between their own threads is left out.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
