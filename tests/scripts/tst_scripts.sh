@@ -25,7 +25,7 @@ not() { ! "$@"; }
 
 # A machine: every program notes its call and does what the variable of its name says.
 new_machine() {
-    rm -rf "$work/tree" "$work/bin"
+    rm -rf "${work:?}/tree" "${work:?}/bin"
     mkdir -p "$work/tree/dev" "$work/bin" "$work/elsewhere"
     cp "$source_folder"/{run.sh,test.sh,packages.txt} "$work/tree/"
     cp "$source_folder"/dev/{common.sh,in-display.sh} "$work/tree/dev/"
