@@ -24,8 +24,7 @@ public:
     struct List {
         QVector<Item> items;
         bool multiUserWarning = false; ///< vimbar bodies were left out
-        /// False when a failed read ended the build; the items read before it are there, and the
-        /// selection is to stay as it is.
+        /// False when a failed read ended the build; the items read before it are there.
         bool complete = false;
     };
 
