@@ -43,6 +43,8 @@ BodyTable::BodyTable(QWidget *parent)
     : QWidget(parent)
     , m_form(std::make_unique<BodyTable02>())
 {
+    // The menu opens on the press; the dialog's own "What's This?" is not to follow it.
+    setContextMenuPolicy(Qt::PreventContextMenu);
     m_form->setupUi(this);
     setUpTable(m_form->tableWidget_data, dataHeaders());
     setUpTable(m_form->tableWidget_emissions, emissionHeaders());

@@ -6,6 +6,8 @@
 VexTableWidget02::VexTableWidget02(QWidget *parent)
     : QTableWidget(parent)
 {
+    // No other menu follows the one that the press opens.
+    setContextMenuPolicy(Qt::PreventContextMenu);
 }
 
 void VexTableWidget02::setContextMenu(QMenu *menu)
