@@ -33,6 +33,62 @@ Vector product(const Matrix &a, const Vector &v)
     return result;
 }
 
+Vector difference(const Vector &a, const Vector &b)
+{
+    return {a[0] - b[0], a[1] - b[1], a[2] - b[2]};
+}
+
+double dot(const Vector &a, const Vector &b)
+{
+    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
+
+Vector cross(const Vector &a, const Vector &b)
+{
+    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+}
+
+/// @return false and nothing changed for a vector without direction
+bool normalize(Vector *vector)
+{
+    constexpr double kShortest = 1e-6;
+    const double length = std::sqrt(dot(*vector, *vector));
+    if (!(length > kShortest))
+        return false;
+    for (double &component : *vector)
+        component /= length;
+    return true;
+}
+
+/// The rotation next to a matrix that is almost one: halfway to its inverse transposed, again and
+/// again, doubles the right digits each time.
+/// @return false if there is none near it
+bool nearestRotation(Matrix *matrix)
+{
+    constexpr double kFarthest = 0.01;
+    const Matrix given = *matrix;
+    for (int round = 0; round < 6; ++round) {
+        const Matrix m = *matrix;
+        // The rows of the inverse transposed are the cross products of the rows.
+        const Matrix cofactors = {cross(m[1], m[2]), cross(m[2], m[0]), cross(m[0], m[1])};
+        const double determinant = dot(m[0], cofactors[0]);
+        if (!(determinant > 0.5))
+            return false;
+        for (size_t row = 0; row < 3; ++row) {
+            for (size_t column = 0; column < 3; ++column)
+                (*matrix)[row][column] =
+                    (m[row][column] + cofactors[row][column] / determinant) / 2.0;
+        }
+    }
+    for (size_t row = 0; row < 3; ++row) {
+        for (size_t column = 0; column < 3; ++column) {
+            if (!(std::fabs((*matrix)[row][column] - given[row][column]) < kFarthest))
+                return false;
+        }
+    }
+    return true;
+}
+
 /// Right-handed turn about one of the axes 0 to 2.
 Matrix turnAbout(size_t axis, double angleDeg)
 {
@@ -106,6 +162,69 @@ void ExpectedDefinition::turn(double xDeg, double yDeg, double zDeg)
 {
     m_axes = product(m_axes,
                      product(product(turnAbout(0, xDeg), turnAbout(1, yDeg)), turnAbout(2, zDeg)));
+}
+
+bool ExpectedDefinition::setAxis(int axisToSet, int axisToKeep, int fromMarker, int toMarker)
+{
+    const auto isAxis = [](int index) { return index >= 0 && index < 3; };
+    const auto isMarker = [this](int index) { return index >= 0 && index < m_markers.size(); };
+    if (!isAxis(axisToSet) || !isAxis(axisToKeep) || axisToSet == axisToKeep ||
+        !isMarker(fromMarker) || !isMarker(toMarker))
+        return false;
+    Vector set = difference(m_markers.at(toMarker).position, m_markers.at(fromMarker).position);
+    if (!normalize(&set))
+        return false;
+    // Of the kept axis, what is at right angles to the axis that is set.
+    Vector kept = axis(axisToKeep);
+    const double along = dot(kept, set);
+    for (size_t i = 0; i < 3; ++i)
+        kept[i] -= along * set[i];
+    if (!normalize(&kept))
+        return false;
+    const bool isNext = (axisToSet + 1) % 3 == axisToKeep;
+    const Vector third = isNext ? cross(set, kept) : cross(kept, set);
+    const int calculated = 3 - axisToSet - axisToKeep;
+    for (size_t row = 0; row < 3; ++row) {
+        m_axes[row][static_cast<size_t>(axisToSet)] = set[row];
+        m_axes[row][static_cast<size_t>(axisToKeep)] = kept[row];
+        m_axes[row][static_cast<size_t>(calculated)] = third[row];
+    }
+    return true;
+}
+
+bool ExpectedDefinition::alignWithRoom(const std::array<double, 9> &rotation)
+{
+    // An axis of the frame must be the room's own once the body's rotation has taken it into the
+    // room: the frame is the inverse, whose rows are the columns of the line.
+    Matrix inverse{};
+    for (size_t row = 0; row < 3; ++row) {
+        for (size_t column = 0; column < 3; ++column)
+            inverse[row][column] = rotation[3 * row + column];
+    }
+    if (!nearestRotation(&inverse))
+        return false;
+    m_axes = inverse;
+    return true;
+}
+
+ExpectedDefinition::Vector ExpectedDefinition::axis(int index) const
+{
+    const auto column = static_cast<size_t>(index);
+    return {m_axes[0][column], m_axes[1][column], m_axes[2][column]};
+}
+
+ExpectedDefinition::Vector ExpectedDefinition::inFrame(const Vector &position) const
+{
+    const Vector fromOrigin = difference(position, m_origin);
+    return {dot(axis(0), fromOrigin), dot(axis(1), fromOrigin), dot(axis(2), fromOrigin)};
+}
+
+QVector<std::array<double, 3>> ExpectedDefinition::positionsInFrame() const
+{
+    QVector<Vector> positions;
+    for (const Marker &marker : m_markers)
+        positions.append(inFrame(marker.position));
+    return positions;
 }
 
 void ExpectedDefinition::apply()

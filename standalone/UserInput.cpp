@@ -61,14 +61,22 @@ void UserInput::click(QWidget *widget)
 void UserInput::click(QWidget *widget, const QPoint &position)
 {
     const QPointer<QWidget> guard(widget);
+    press(widget, position, Qt::LeftButton);
+    if (guard)
+        release(widget, position, Qt::LeftButton);
+}
+
+void UserInput::press(QWidget *widget, const QPoint &position, Qt::MouseButton button)
+{
+    const QPointer<QWidget> guard(widget);
     moveMouse(widget, position);
-    const int timestamp = nextTimestamp();
     if (guard)
-        sendMouse(widget, position, QEvent::MouseButtonPress, Qt::LeftButton, Qt::LeftButton,
-                  timestamp);
-    if (guard)
-        sendMouse(widget, position, QEvent::MouseButtonRelease, Qt::LeftButton, Qt::NoButton,
-                  timestamp + 50);
+        sendMouse(widget, position, QEvent::MouseButtonPress, button, button, nextTimestamp());
+}
+
+void UserInput::release(QWidget *widget, const QPoint &position, Qt::MouseButton button)
+{
+    sendMouse(widget, position, QEvent::MouseButtonRelease, button, Qt::NoButton, nextTimestamp());
 }
 
 void UserInput::moveMouse(QWidget *widget, const QPoint &position)

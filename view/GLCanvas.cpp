@@ -56,8 +56,8 @@ GLCanvas::GLCanvas(QWidget *parent)
     , m_body(this)
 {
     setFocusPolicy(Qt::StrongFocus);
-    // The menu opens on the press. The event that the toolkit sends for it as well would go on to
-    // the parents and open what they have.
+    // The right button is used up by its press. Left to itself, Qt would ask the dialog for a menu
+    // as well, and the dialog offers "What's This?", even in the middle of a drag.
     setContextMenuPolicy(Qt::PreventContextMenu);
     m_body.setWarningPresenter([this](const QString &title, const QString &text) {
         QMessageBox box(QMessageBox::Warning, title, text, QMessageBox::Ok);

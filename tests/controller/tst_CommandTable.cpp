@@ -3,7 +3,7 @@
 #include <controller/CommandTable.h>
 #include <controller/ControllerState.h>
 
-#include <tests/protocol/CommaLocale.h>
+#include <tests/support/CommaLocale.h>
 #include <tests/support/TestMain.h>
 
 #include <QFile>

@@ -1,4 +1,4 @@
-#include <tests/protocol/CommaLocale.h>
+#include <tests/support/CommaLocale.h>
 #include <tests/support/TestMain.h>
 
 #include <QFile>

@@ -3,7 +3,7 @@
 #include <controller/ControllerState.h>
 #include <controller/DataLineWriter.h>
 
-#include <tests/protocol/CommaLocale.h>
+#include <tests/support/CommaLocale.h>
 #include <tests/support/TestMain.h>
 
 #include <QtTest>

@@ -1,6 +1,6 @@
 #include <controller/NumberText.h>
 
-#include <tests/protocol/CommaLocale.h>
+#include <tests/support/CommaLocale.h>
 #include <tests/support/TestMain.h>
 
 #include <QtTest>

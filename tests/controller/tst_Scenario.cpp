@@ -68,10 +68,14 @@ private slots:
         }));
         const ControllerState state(scenario, 1);
         QCOMPARE(state.bodyCount("vimbar"), 2);
-        const ControllerBody *still = findBody(
-            scenario, [](const ControllerBody &body) { return body.motion == Motion::Still; });
-        QVERIFY(still);
-        QVERIFY(still->place.rotation == kIdentity3);
+        // One lies along the room's axes, the other stands askew, so that it can be aligned.
+        for (bool aligned : {true, false}) {
+            QVERIFY(findBody(scenario, [aligned](const ControllerBody &body) {
+                return isStandard(body) && body.targetType == "tt_std" &&
+                       body.motion == Motion::Still &&
+                       (body.place.rotation == kIdentity3) == aligned;
+            }));
+        }
         QVERIFY(scenario.backend.isAtLeast(1, 17));
         QVERIFY(scenario.configurationChangeable);
         QVERIFY(scenario.trackingAvailable);

@@ -1,8 +1,7 @@
-#include "CommaLocale.h"
-
 #include <protocol/BodyWriter.h>
 #include <protocol/CommandChannel.h>
 
+#include <tests/support/CommaLocale.h>
 #include <tests/support/FakeHost.h>
 #include <tests/support/TestMain.h>
 

@@ -1,9 +1,8 @@
-#include "CommaLocale.h"
-
 #include <protocol/CommandChannel.h>
 
 #include <host/MessageReceiver.h>
 #include <host/Requester.h>
+#include <tests/support/CommaLocale.h>
 #include <tests/support/FakeHost.h>
 #include <tests/support/TestMain.h>
 

@@ -1,7 +1,6 @@
-#include "CommaLocale.h"
-
 #include <protocol/DataLines.h>
 
+#include <tests/support/CommaLocale.h>
 #include <tests/support/TestMain.h>
 
 #include <QtTest>

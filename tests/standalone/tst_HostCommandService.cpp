@@ -5,7 +5,7 @@
 #include <standalone/ControllerConnection.h>
 #include <standalone/DataReceiver.h>
 #include <standalone/HostCommandService.h>
-#include <tests/protocol/CommaLocale.h>
+#include <tests/support/CommaLocale.h>
 #include <tests/support/TestMain.h>
 
 #include <QSignalSpy>

@@ -1,5 +1,5 @@
 #include <standalone/ReplyValues.h>
-#include <tests/protocol/CommaLocale.h>
+#include <tests/support/CommaLocale.h>
 #include <tests/support/TestMain.h>
 
 #include <QtTest>

@@ -112,6 +112,7 @@ private slots:
     void endOfTheSuspensionResetsTheParkedViews();
     void rightClickOpensTheMenuWhereItWasPressed();
     void rightClickWithCtrlOpensNoMenu();
+    void rightPressAsksTheWindowForNoMenu();
     void rightClickWithoutMenuIsSafe();
     void deletedMenuIsForgotten();
     void menuEndsADrag();
@@ -607,6 +608,31 @@ void tst_GLCanvasNavigation::rightClickWithCtrlOpensNoMenu()
     canvas.press(Qt::RightButton, Qt::ControlModifier, QPoint(120, 130));
     canvas.release(Qt::RightButton, QPoint(120, 130));
     QCOMPARE(shown.size(), 0);
+}
+
+void tst_GLCanvasNavigation::rightPressAsksTheWindowForNoMenu()
+{
+    // A dialog would answer with its "What's This?".
+    class Window : public QWidget {
+    public:
+        int asked = 0;
+
+    protected:
+        void contextMenuEvent(QContextMenuEvent *) override { ++asked; }
+    };
+    Window window;
+    window.resize(400, 300);
+    auto *canvas = new GLCanvas(&window);
+    canvas->resize(400, 300);
+    canvas->setBody(sixMarkers(), {});
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    for (const Qt::KeyboardModifier modifier : {Qt::NoModifier, Qt::ControlModifier}) {
+        QTest::mousePress(window.windowHandle(), Qt::RightButton, modifier, QPoint(120, 130));
+        QCOMPARE(canvas->isDragging(), modifier == Qt::ControlModifier);
+        QTest::mouseRelease(window.windowHandle(), Qt::RightButton, modifier, QPoint(120, 130));
+        QCOMPARE(window.asked, 0);
+    }
 }
 
 void tst_GLCanvasNavigation::rightClickWithoutMenuIsSafe()

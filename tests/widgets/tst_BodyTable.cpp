@@ -95,6 +95,7 @@ private slots:
 
     void rightPressOpensTheMenuUnderThePointer_data();
     void rightPressOpensTheMenuUnderThePointer();
+    void rightPressAsksTheWindowForNoMenu();
     void rightPressOpensNothing_data();
     void rightPressOpensNothing();
     void otherButtonsOpenAndSelectNothing_data();
@@ -549,6 +550,30 @@ void tst_BodyTable::rightPressOpensTheMenuUnderThePointer()
     QCOMPARE(m_menuPositions, QList<QPoint>{widget->mapToGlobal(position)});
     QVERIFY(data()->selectedItems().isEmpty());
     QVERIFY(data()->currentRow() != 1);
+}
+
+void tst_BodyTable::rightPressAsksTheWindowForNoMenu()
+{
+    // A dialog would answer with its "What's This?".
+    class Counter : public QObject {
+    public:
+        int asked = 0;
+        bool eventFilter(QObject *, QEvent *event) override
+        {
+            if (event->type() == QEvent::ContextMenu)
+                ++asked;
+            return false;
+        }
+    };
+    Counter counter;
+    m_window->installEventFilter(&counter);
+    m_table->showMarkers(twentyMarkers().mid(0, 2));
+    show();
+    press(data()->viewport(), QPoint(20, 20), Qt::RightButton);
+    press(emissions()->viewport(), QPoint(20, 20), Qt::RightButton);
+    press(label("label_emissions"), QPoint(5, 5), Qt::RightButton);
+    press(m_table, QPoint(4, 4), Qt::RightButton);
+    QCOMPARE(counter.asked, 0);
 }
 
 void tst_BodyTable::rightPressOpensNothing_data()
