@@ -291,6 +291,7 @@ private:
     }
 
 private slots:
+    void initTestCase() { dropWindowlessWarnings(); }
     void init() { m_fixture = std::make_unique<DialogFixture>(); }
     void cleanup() { m_fixture.reset(); }
 
@@ -538,6 +539,59 @@ private slots:
         });
         QCOMPARE(journal(), closing(c));
         QCOMPARE(host().parameters.value("status active"), QString(measuring ? "mea" : "idle"));
+    }
+
+    void onlyThePlainWordNoDenies_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("value");
+        QTest::newRow("other case") << 0 << QByteArray("NO");
+        QTest::newRow("trailing blank") << 0 << QByteArray("no ");
+        QTest::newRow("another word") << 0 << QByteArray("maybe");
+        QTest::newRow("nothing") << 0 << QByteArray("");
+        QTest::newRow("failed") << 1 << QByteArray();
+        QTest::newRow("failed, yet told") << 1 << QByteArray("no");
+    }
+
+    void onlyThePlainWordNoDenies()
+    {
+        QFETCH(int, status);
+        QFETCH(QByteArray, value);
+        const Controller c;
+        prepare(c);
+        host().answerLine("get tracking available", {status, value, true});
+        host().answerLine("get config is_changeable", {status, value, true});
+        fixture().quickSession([&] {
+            QCOMPARE(journal(), openedAndShown(c));
+            fixture().choose(DialogFixture::Wand);
+            QVERIFY(fixture().isEnabled("body_pos_xyzWidget"));
+            journal();
+            cancel();
+        });
+        QCOMPARE(journal(), closing(c));
+    }
+
+    void aReferenceThatCannotBeReadLeavesTheSavedOne()
+    {
+        Controller c;
+        c.reference = "standard 02";
+        prepare(c);
+        fixture().quickSession(nullptr);
+        journal();
+        host().parameters["tracking reference"] = "standard 05";
+        host().failLine("get tracking reference");
+        fixture().quickSession([&] {
+            QCOMPARE(host().errors(), QStringList{"Error: Unable to get info reference target"});
+            QVERIFY(!journal().contains("set tracking reference none"));
+            cancel();
+        });
+        QCOMPARE(journal(), closing(c));
+        // The next one that can be read replaces it.
+        host().clearFaults();
+        c.reference = "none";
+        host().parameters["tracking reference"] = c.reference;
+        fixture().quickSession([&] { QCOMPARE(journal(), openedAndShown(c)); });
+        QCOMPARE(journal(), closing(c));
     }
 
     void anOlderBackendTracksWhateverItWouldSay()
