@@ -392,7 +392,8 @@ private slots:
     {
         QTest::addColumn<int>("world");
         QTest::addColumn<int>("faultIndex");
-        const QByteArrayList inAllWorlds = {"failed exchange", "garbage", "huge count"};
+        const QByteArrayList inAllWorlds = {"failed exchange", "garbage", "huge count",
+                                            "count of one"};
         for (const auto &row : kWorlds) {
             int index = 0;
             for (const Fault &fault : kFaults) {

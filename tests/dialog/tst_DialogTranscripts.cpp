@@ -499,12 +499,17 @@ private slots:
     {
         Controller c;
         prepare(c);
-        for (const bool plain : {true, false}) {
+        for (const bool plain : {true, false, true}) {
             c.plainForm = plain;
             host().parameters["vimbar output_6df"] = plain ? "yes" : "no";
             fixture().quickSession([&] { QCOMPARE(journal(), openedAndShown(c)); });
             QCOMPARE(journal(), closing(c));
         }
+        // An older backend has taken over meanwhile.
+        host().setVersion(0, 5);
+        c.knowledge = Nothing;
+        fixture().quickSession([&] { QCOMPARE(journal(), openedAndShown(c)); });
+        QCOMPARE(journal(), closing(c));
     }
 
     void withoutTrackingNothingIsStartedAndNothingStopped_data()
@@ -568,6 +573,36 @@ private slots:
             journal();
             cancel();
         });
+        QCOMPARE(journal(), closing(c));
+    }
+
+    void onlyThePlainWordYesAffirms_data()
+    {
+        QTest::addColumn<QString>("word");
+        for (const char *word : {"Yes", "yes ", "", "1", "on"})
+            QTest::addRow("\"%s\"", word) << word;
+    }
+
+    void onlyThePlainWordYesAffirms()
+    {
+        QFETCH(QString, word);
+        Controller c;
+        c.multiUserAvailable = c.headAvailable = true;
+        prepare(c);
+        host().parameters["vimbar multiuser"] = word;
+        host().parameters["vimbar multiuser_with_head"] = word;
+        host().parameters["body calibrated standard b01"] = word;
+        fixture().quickSession([&] {
+            QCOMPARE(journal(), openedAndShown(c));
+            fixture().choose(DialogFixture::Wand);
+            QCOMPARE(journal(), QStringList());
+            cancel();
+        });
+        QCOMPARE(journal(), closing(c));
+        c.multiUserAvailable = c.headAvailable = false;
+        host().parameters["vimbar multiuser_available"] = word;
+        host().parameters["vimbar multiuser_with_head_available"] = word;
+        fixture().quickSession([&] { QCOMPARE(journal(), openedAndShown(c)); });
         QCOMPARE(journal(), closing(c));
     }
 
@@ -696,6 +731,33 @@ private slots:
         QCOMPARE(journal(), closing(c));
     }
 
+    void bodiesAreAskedForAsTheControllerSpellsTheirType()
+    {
+        const Controller c;
+        prepare(c);
+        host().addBody("StanDard", 1, "", true, "tt_std",
+                       {{0, 0, 0}, {100, 0, 0}, {0, 60, 0}, {1, 2, 3}, {30, 40, 50}});
+        host().addType("gadget", "Gadget");
+        const QStringList list =
+            opening(c) + listOfType(c, 3, "StanDard", 1) + QStringList{"get body type t04"};
+        const QString body = "StanDard b01";
+        fixture().quickSession([&] {
+            QCOMPARE(journal(), list + headRead(c) + showing(c));
+            fixture().choose(7);
+            QCOMPARE(journal(), loading(body, 5));
+            move(2, 1.0);
+            press("apply_button");
+            QCOMPARE(withPlainZeros(journal()),
+                     applying(c, transform(body, "0.000 0.000 -1.000"), body, 5));
+            deleteMarker(3);
+            QCOMPARE(journal().mid(0, 5), deleting(c, body, 4));
+            cancel({QMessageBox::Yes});
+            const QStringList ended = journal();
+            QVERIFY(ended.contains("set body number_of_marker " + body + " 5"));
+            QVERIFY(withPlainZeros(ended).contains(transform(body, "0.000 0.000 1.000")));
+        });
+    }
+
     void workingOnABodyAsksNothing()
     {
         const Controller c;
@@ -789,6 +851,22 @@ private slots:
         QCOMPARE(withPlainZeros(journal()),
                  when(edited && !applied, {transform("vimbar b02", "0.000 12.350 0.000")}) +
                      closing(c));
+    }
+
+    void aSecondOkSwitchesNothingOnAgain()
+    {
+        Controller c;
+        c.multiUserAvailable = c.multiUser = c.headAvailable = c.head = true;
+        c.reference = "standard 02";
+        prepare(c);
+        fixture().quickSession([&] {
+            journal();
+            press("ok_button");
+            QCOMPARE(journal(), closing(c));
+            fixture().dialog->on_ok_button_clicked();
+            QCOMPARE(journal(),
+                     (QStringList{"get status active", "set tracking reference standard 02"}));
+        });
     }
 
     void okKeepsADeletion()
@@ -1118,6 +1196,187 @@ private slots:
         QCOMPARE(journal(), stopOfMeasurement(c) + writing("vimbar b02", spareProbeMarkers()) +
                                 writing("standard b01", wandMarkers()) + startOfMeasurement(c) +
                                 closing(c));
+    }
+
+    // What a failure leaves out -------------------------------------------------------------------
+
+    void aListThatCannotBeReadEndsThere_data()
+    {
+        QTest::addColumn<QString>("failed");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("endsThere");
+        QTest::addColumn<int>("bodies");
+        const auto add = [](const char *failed, const char *text, bool endsThere, int bodies) {
+            QTest::newRow(failed) << failed << text << endsThere << bodies;
+        };
+        add("get body number_of_types", "get number of types for body", true, 0);
+        add("get body type t01", "check body type", true, 0);
+        add("get body type t02", "check body type", true, 5);
+        add("get body number_of_bodies vimbar", "check number of bodies for body", true, 5);
+        add("get body type_desc vimbar", "check body type description", true, 5);
+        add("get body calibrated standard b02", "check body cali info", false, 7);
+        add("get body target_type standard b04", "check body target_type", true, 3);
+        add("get body desc vimbar b02", "check body description", true, 6);
+    }
+
+    void aListThatCannotBeReadEndsThere()
+    {
+        QFETCH(QString, failed);
+        QFETCH(QString, text);
+        QFETCH(bool, endsThere);
+        QFETCH(int, bodies);
+        const Controller c;
+        prepare(c);
+        host().failLine(failed);
+        QStringList list = listBuilding(c);
+        const int place = list.indexOf(failed);
+        QVERIFY(place >= 0);
+        list.insert(place + 1, "post standard QUOREL4 1 Error: Unable to " + text);
+        if (endsThere)
+            list = list.mid(0, place + 2);
+        const QStringList all = openedAndShown(c);
+        const int start = opening(c).size() - listBuilding(c).size();
+        fixture().quickSession([&] {
+            QCOMPARE(journal(), all.mid(0, start) + list + headRead(c) + showing(c));
+            QCOMPARE(fixture().child<QComboBox>("body_name")->count(), bodies);
+            cancel();
+        });
+        QCOMPARE(journal(), closing(c));
+    }
+
+    void markersThatCannotBeReadEndTheLoading_data()
+    {
+        QTest::addColumn<QString>("failed");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("count") << "get body number_of_marker standard b02"
+                               << "marker info";
+        QTest::newRow("place") << "get body marker standard b02 m02"
+                               << "marker info";
+        QTest::newRow("emission") << "get body marker_emission standard b02 m04"
+                                  << "marker emission info";
+    }
+
+    void markersThatCannotBeReadEndTheLoading()
+    {
+        QFETCH(QString, failed);
+        QFETCH(QString, text);
+        const Controller c;
+        prepare(c);
+        host().failLine(failed);
+        fixture().quickSession([&] {
+            fixture().choose(DialogFixture::Wand);
+            journal();
+            fixture().choose(DialogFixture::Plain);
+            const QStringList all = loading("standard b02", 4);
+            QCOMPARE(journal(), all.mid(0, all.indexOf(failed) + 1) +
+                                    QStringList{"post standard QUOREL4 1 Error: Unable to check "
+                                                "body " +
+                                                text});
+            // What is written goes to the body that is still shown.
+            move(0, 10.0);
+            press("apply_button");
+            QCOMPARE(journal(), applying(c, transform("standard b01", "-10.000 -0.000 -0.000"),
+                                         "standard b01", 6));
+            cancel({QMessageBox::Yes});
+        });
+    }
+
+    void whatCannotBeWrittenIsLeftOutAndTheRestFollows_data()
+    {
+        QTest::addColumn<QString>("failed");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("endsThere");
+        QTest::newRow("count") << "set body number_of_marker standard b01 6"
+                               << "target_type" << true;
+        QTest::newRow("place") << "set body marker standard b01 m02 100.000 0.000 0.000"
+                               << "marker values" << false;
+        QTest::newRow("emission")
+            << "set body marker_emission standard b01 m03 1.000 0.000 0.000 60.000"
+            << "marker emission" << false;
+    }
+
+    /// Cancel has to write them once more: the body is not as it was at opening.
+    void whatCannotBeWrittenIsLeftOutAndTheRestFollows()
+    {
+        QFETCH(QString, failed);
+        QFETCH(QString, text);
+        QFETCH(bool, endsThere);
+        const Controller c;
+        prepare(c);
+        host().failLine(failed);
+        QStringList written = writing("standard b01", wandMarkers());
+        const int place = written.indexOf(failed);
+        QVERIFY(place >= 0);
+        written.insert(place + 1, "post standard QUOREL4 1 Error: Unable to set body " + text);
+        if (endsThere)
+            written = written.mid(0, place + 2);
+        written = stopOfMeasurement(c) + written + startOfMeasurement(c);
+        fixture().quickSession([&] {
+            fixture().choose(DialogFixture::Wand);
+            deleteMarker(2);
+            journal();
+            press("undo_button");
+            QCOMPARE(journal(), written);
+            host().clearFaults();
+            cancel();
+        });
+        QCOMPARE(journal(), writingBack(c, "standard b01", wandMarkers()) + closing(c));
+    }
+
+    void anUnknownStateIsNotStopped()
+    {
+        const Controller c;
+        prepare(c);
+        const QString unknown = "post standard QUOREL4 1 Error: Unable to check mea status";
+        fixture().quickSession([&] {
+            fixture().choose(DialogFixture::Wand);
+            journal();
+            host().failLine("get status active");
+            deleteMarker(2);
+            QCOMPARE(
+                journal(),
+                (QStringList{"get status active", "quorel2 body delete_marker standard b01 m03",
+                             "quorel2 tracking start", "get status active", unknown} +
+                 loading("standard b01", 5)));
+            press("ok_button");
+        });
+        QCOMPARE(journal(),
+                 (QStringList{"get status active", "get status active"} + unsubscribing(c)));
+    }
+
+    void aRefusedDiscardIsPassedOverAndAFailedOneEndsIt_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("reply");
+        QTest::addColumn<bool>("endsThere");
+        QTest::newRow("refused") << 0 << QByteArray("quorel2 err 3") << false;
+        QTest::newRow("failed") << 1 << QByteArray() << true;
+        QTest::newRow("failed, yet told") << 1 << QByteArray("quorel2 ok") << true;
+    }
+
+    void aRefusedDiscardIsPassedOverAndAFailedOneEndsIt()
+    {
+        QFETCH(int, status);
+        QFETCH(QByteArray, reply);
+        QFETCH(bool, endsThere);
+        const Controller c;
+        prepare(c);
+        const QString wandBack = transform("standard b01", "10.000 -0.000 -0.000");
+        host().answerLine(wandBack, {status, reply, true});
+        fixture().quickSession([&] {
+            for (const int position : {DialogFixture::Wand, DialogFixture::Plain}) {
+                fixture().choose(position);
+                move(0, 10.0);
+                press("apply_button");
+            }
+            journal();
+            cancel({QMessageBox::Yes});
+        });
+        QCOMPARE(journal(),
+                 (QStringList{wandBack,
+                              "post standard QUOREL4 1 Error: Unable to set body transformation"} +
+                  when(!endsThere, {transform("standard b02", "10.000 -0.000 -0.000")}) +
+                  closing(c)));
     }
 
     // Requests ------------------------------------------------------------------------------------
