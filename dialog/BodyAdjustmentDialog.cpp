@@ -37,6 +37,9 @@ constexpr int kFewestMarkers = 4;
 /// Counts that are assumed when the controller does not tell them.
 constexpr int kAssumedStandardBodies = 50;
 constexpr int kAssumedVimbars = 20;
+/// A larger count is a misread one and would only cost memory: what is kept for each body grows by
+/// itself when a body beyond it is written.
+constexpr int kMostBodies = 1000;
 constexpr double kPositionRange = 999.99;
 constexpr double kFullTurnDeg = 360.0;
 /// Left Shift, right Shift and Num Lock together, as the windowing system reports them.
@@ -292,7 +295,8 @@ int BodyAdjustmentDialog::update_and_exec()
     const int standardCount =
         m_catalogue.bodyCount("body number_of_bodies standard", kAssumedStandardBodies);
     const int vimbarCount = m_catalogue.bodyCount("body number_of_bodies vimbar", kAssumedVimbars);
-    m_applied.reset(std::max(0, standardCount) + std::max(0, vimbarCount));
+    m_applied.reset(std::clamp(standardCount, 0, kMostBodies) +
+                    std::clamp(vimbarCount, 0, kMostBodies));
 
     m_controllerTaken = true;
     m_session.switchOffMultiUser();

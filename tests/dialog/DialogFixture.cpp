@@ -1,6 +1,8 @@
 #include "DialogFixture.h"
 
 #include <dialog/BodyAdjustmentDialog.h>
+#include <model/abcBody.h>
+#include <model/abcMarker.h>
 #include <view/GLCanvas.h>
 #include <widgets/bsDoubleWidget.h>
 #include <widgets/xyzWidget.h>
@@ -15,6 +17,12 @@
 #include <QPushButton>
 #include <QTimer>
 #include <QtTest>
+
+namespace {
+
+constexpr int kAnswerIntervalMs = 5;
+
+} // namespace
 
 DialogFixture::DialogFixture()
 {
@@ -34,9 +42,9 @@ DialogFixture::DialogFixture()
                  {{0, 0, 0}, {80, 0, 0}, {0, 50, 0}, {20, 30, 40}, {-30, 10, 5}});
     parentWindow.setWindowTitle(QStringLiteral("Host"));
 
-    auto *timer = new QTimer(this);
-    connect(timer, &QTimer::timeout, this, &DialogFixture::answerOpenBox);
-    timer->start(5);
+    m_answerTimer = new QTimer(this);
+    connect(m_answerTimer, &QTimer::timeout, this, &DialogFixture::answerOpenBox);
+    m_answerTimer->start(kAnswerIntervalMs);
 }
 
 DialogFixture::~DialogFixture() = default;
@@ -58,8 +66,11 @@ void DialogFixture::answerOpenBox()
         box->defaultButton() ? box->standardButton(box->defaultButton()) : QMessageBox::NoButton;
     boxes.append(
         {box->icon(), box->windowTitle(), box->text(), box->standardButtons(), defaultButton});
-    const QMessageBox::StandardButton answer =
-        answers.isEmpty() ? QMessageBox::NoButton : answers.takeFirst();
+    QMessageBox::StandardButton answer = QMessageBox::NoButton;
+    if (!answers.isEmpty())
+        answer = answers.takeFirst();
+    else if (answerTo)
+        answer = answerTo(boxes.last());
     if (QAbstractButton *button = box->button(answer))
         button->click();
     else
@@ -109,6 +120,45 @@ void DialogFixture::requestedSession(const QByteArray &request, const std::funct
     });
     timer.start(1);
     QTRY_VERIFY(done && (!guard || !guard->isVisible()));
+}
+
+int DialogFixture::quickSession(const std::function<void()> &script)
+{
+    int result = -1;
+    quickly(script, [this, &result] { result = dialog->update_and_exec(); });
+    return result;
+}
+
+void DialogFixture::quickRequestedSession(const QString &sender, const QString &body,
+                                          const std::function<void()> &script)
+{
+    quickly(script,
+            [this, sender, body] { dialog->onReceiveOpenBodyAdjustmentDialog(sender, body); });
+}
+
+void DialogFixture::quickly(const std::function<void()> &script, const std::function<void()> &open)
+{
+    if (!dialog)
+        makeDialog();
+    m_answerTimer->setInterval(0);
+    const QPointer<BodyAdjustmentDialog> guard(dialog.get());
+    QTimer untilUp;
+    connect(&untilUp, &QTimer::timeout, this, [&] {
+        // A body chosen by the request may show a box before the dialog.
+        if (!guard->isVisible() || QApplication::activeModalWidget() != guard)
+            return;
+        untilUp.stop();
+        if (script)
+            script();
+        if (guard && guard->isVisible()) {
+            answers = {QMessageBox::Yes};
+            guard->reject();
+            answers.clear();
+        }
+    });
+    untilUp.start(0);
+    open();
+    m_answerTimer->setInterval(kAnswerIntervalMs);
 }
 
 void DialogFixture::choose(int listPosition)
@@ -196,6 +246,19 @@ void DialogFixture::click(const char *button)
     auto *widget = child<QWidget>(button);
     QVERIFY2(widget->isEnabled(), button);
     QTest::mouseClick(widget, Qt::LeftButton);
+}
+
+void DialogFixture::changeValue(const char *group, int component, double by)
+{
+    auto *widget = child<xyzWidget>(group);
+    QVERIFY2(widget->isEnabled(), group);
+    widget->findChildren<bsDoubleWidget *>().at(component)->adjustValue(by);
+    widget->finishEditing();
+}
+
+void DialogFixture::selectMarker(int index)
+{
+    canvas()->select(canvas()->body().markers().at(index));
 }
 
 QAction *DialogFixture::menuAction(const QString &text) const

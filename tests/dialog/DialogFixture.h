@@ -15,6 +15,7 @@
 class BodyAdjustmentDialog;
 class GLCanvas;
 class QAction;
+class QTimer;
 
 /// A message box as it was shown, and answered.
 struct SeenBox {
@@ -52,10 +53,18 @@ public:
     int session(const std::function<void()> &script);
     /// The same for a request; the request goes through the host's routing.
     void requestedSession(const QByteArray &request, const std::function<void()> &script);
+    /// Opens the dialog and runs @p script in its event loop as soon as it is up, whatever the
+    /// window manager makes of it; for scripts that need neither focus nor pointer. Boxes are
+    /// answered at once. Without a script the dialog is closed.
+    int quickSession(const std::function<void()> &script);
+    /// The same for a request; the request is handed to the dialog directly.
+    void quickRequestedSession(const QString &sender, const QString &body,
+                               const std::function<void()> &script);
 
-    /// Every message box that comes up is answered with the next of these, or else with its escape
-    /// button; what was seen is kept.
+    /// Every message box that comes up is answered with the next of these, else with what
+    /// answerTo() tells, else with its escape button; what was seen is kept.
     QVector<QMessageBox::StandardButton> answers;
+    std::function<QMessageBox::StandardButton(const SeenBox &)> answerTo;
     QVector<SeenBox> boxes;
     bool leaveBoxesOpen = false;
 
@@ -74,6 +83,9 @@ public:
     /// Types into one component (0 to 2) of a value group, without confirming.
     void typeValue(const char *group, int component, const QString &text);
     void click(const char *button);
+    /// Changes one component of a value group by program, as one gesture that has ended.
+    void changeValue(const char *group, int component, double by);
+    void selectMarker(int index);
     QAction *menuAction(const QString &text) const;
 
     QStringList transcript() const { return host.transcript; }
@@ -82,4 +94,7 @@ private:
     QWidget *childNamed(const char *name, const QMetaObject &type) const;
     void answerOpenBox();
     void runScript(const std::function<void()> &script);
+    void quickly(const std::function<void()> &script, const std::function<void()> &open);
+
+    QTimer *m_answerTimer;
 };

@@ -17,25 +17,11 @@
 #include <atomic>
 #include <thread>
 
-namespace {
-
-QtMessageHandler s_testHandler = nullptr;
-
-/// Passes on what is not about the limits of the platform without windows.
-void handleMessage(QtMsgType type, const QMessageLogContext &context, const QString &text)
-{
-    if (!text.startsWith(QLatin1String("This plugin does not support ")))
-        s_testHandler(type, context, text);
-}
-
-} // namespace
-
 class TestDialogWithoutOpenGL : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase() { s_testHandler = qInstallMessageHandler(handleMessage); }
-    void cleanupTestCase() { qInstallMessageHandler(s_testHandler); }
+    void initTestCase() { dropWindowlessWarnings(); }
 
     void theDialogSaysSoAndEverythingElseWorks()
     {

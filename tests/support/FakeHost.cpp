@@ -124,9 +124,17 @@ QStringList FakeHost::errors() const
     return texts;
 }
 
+QStringList FakeHost::takeJournal()
+{
+    const QStringList taken = journal;
+    clearRecords();
+    return taken;
+}
+
 void FakeHost::clearRecords()
 {
     transcript.clear();
+    outcomes.clear();
     journal.clear();
     messages.clear();
     m_exchangeCount = 0;
@@ -265,7 +273,7 @@ int FakeHost::sendCommand(char *reply, const char *format, ...)
     va_start(arguments, format);
     const Answer answer = exchange(Operation::Command, format, arguments);
     va_end(arguments);
-    return writeText(reply, answer, kLongestReply);
+    return ended(writeText(reply, answer, kLongestReply));
 }
 
 int FakeHost::getString(char *value, const char *format, ...)
@@ -274,7 +282,7 @@ int FakeHost::getString(char *value, const char *format, ...)
     va_start(arguments, format);
     const Answer answer = exchange(Operation::GetString, format, arguments);
     va_end(arguments);
-    return writeText(value, answer, kLongestValue);
+    return ended(writeText(value, answer, kLongestValue));
 }
 
 int FakeHost::getInt(int *value, const char *format, ...)
@@ -287,7 +295,7 @@ int FakeHost::getInt(int *value, const char *format, ...)
         return answer.status;
     char *end = nullptr;
     *value = static_cast<int>(std::strtol(answer.text.constData(), &end, 10));
-    return end == answer.text.constData() ? kRefused : 0;
+    return ended(end == answer.text.constData() ? kRefused : 0);
 }
 
 int FakeHost::getDoubles(double *values, int count, const char *format, ...)
@@ -303,7 +311,7 @@ int FakeHost::getDoubles(double *values, int count, const char *format, ...)
         char *end = nullptr;
         const double value = std::strtod(cursor, &end);
         if (end == cursor)
-            return kRefused;
+            return ended(kRefused);
         values[index] = value;
         cursor = end;
     }
@@ -370,9 +378,14 @@ FakeHost::Answer FakeHost::exchange(Operation operation, const char *format, va_
     journal += line;
 
     const Exchange current{operation, ++m_exchangeCount, line, format};
-    if (const std::optional<Answer> planned = plannedAnswer(current))
-        return *planned;
+    const std::optional<Answer> planned = plannedAnswer(current);
+    const Answer answer = planned ? *planned : answerOfController(operation, text);
+    outcomes += Outcome{answer.status, answer.text};
+    return answer;
+}
 
+FakeHost::Answer FakeHost::answerOfController(Operation operation, const QString &text)
+{
     Answer answer;
     switch (operation) {
     case Operation::Command:
@@ -388,6 +401,13 @@ FakeHost::Answer FakeHost::exchange(Operation operation, const char *format, va_
         break;
     }
     return answer;
+}
+
+/// The host's own part of the last exchange is done.
+int FakeHost::ended(int status)
+{
+    outcomes.last().status = status;
+    return status;
 }
 
 std::optional<FakeHost::Answer> FakeHost::plannedAnswer(const Exchange &exchange) const

@@ -42,6 +42,12 @@ public:
         bool terminated = true; ///< false: exactly these bytes, unbounded, and no NUL
     };
 
+    /// How an exchange ended for the module.
+    struct Outcome {
+        int status;
+        QByteArray text; ///< the whole reply or value, also where no number could be read from it
+    };
+
     struct Message {
         QString destination;
         QString source;
@@ -55,6 +61,8 @@ public:
 
     /// "get PARAMETER", "set PARAMETER VALUE", or the full command line; in order.
     QStringList transcript;
+    /// In the order of the transcript.
+    QVector<Outcome> outcomes;
     /// The transcript with "add TYPE", "remove TYPE" for subscriptions, "register MODULE",
     /// "unregister MODULE" and "post DESTINATION SOURCE KIND TEXT" between its lines.
     QStringList journal;
@@ -64,7 +72,9 @@ public:
 
     /// The texts posted to the standard message window by "QUOREL4" with kind 1.
     QStringList errors() const;
-    /// Forgets transcript, journal and messages; the count of exchanges begins anew.
+    /// The journal, which then begins anew, as clearRecords() does.
+    QStringList takeJournal();
+    /// Forgets transcript, outcomes, journal and messages; the count of exchanges begins anew.
     void clearRecords();
     int exchangeCount() const { return m_exchangeCount; }
 
@@ -131,6 +141,8 @@ public:
 
 private:
     Answer exchange(Operation operation, const char *format, va_list arguments);
+    Answer answerOfController(Operation operation, const QString &text);
+    int ended(int status);
     std::optional<Answer> plannedAnswer(const Exchange &exchange) const;
     Answer answerRead(const QString &parameter) const;
     int write(const QString &nameAndValue);
