@@ -44,7 +44,6 @@ MarkerList MarkerDeletions::undo(const BodyIdentity &body)
         return {};
     const Deletion deletion = record->done.takeLast();
     record->pending.append(deletion.marker);
-    record->isWritten = true;
     return deletion.before;
 }
 

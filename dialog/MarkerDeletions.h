@@ -38,8 +38,8 @@ public:
     /// The pending marker was told to be deleted again.
     void redo(const BodyIdentity &body, const MarkerList &before);
 
-    /// A list of markers for the body could not be written whole: it is not as at opening until
-    /// that was written.
+    /// A list of markers for the body could not be written whole. What is deleted and undone later
+    /// may begin with that: the body counts as changed until all deletions are taken back.
     void notWritten(const BodyIdentity &body);
     /// The bodies that may have other markers than at opening, in the order of their first
     /// deletion.
