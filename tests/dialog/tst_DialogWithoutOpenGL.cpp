@@ -1,4 +1,5 @@
 #include "DialogFixture.h"
+#include "PlatformLimits.h"
 
 #include <dialog/BodyAdjustmentDialog.h>
 #include <model/abcBody.h>
@@ -15,27 +16,18 @@
 #include <QtTest>
 
 #include <atomic>
+#include <memory>
 #include <thread>
-
-namespace {
-
-QtMessageHandler s_testHandler = nullptr;
-
-/// Passes on what is not about the limits of the platform without windows.
-void handleMessage(QtMsgType type, const QMessageLogContext &context, const QString &text)
-{
-    if (!text.startsWith(QLatin1String("This plugin does not support ")))
-        s_testHandler(type, context, text);
-}
-
-} // namespace
 
 class TestDialogWithoutOpenGL : public QObject {
     Q_OBJECT
 
+private:
+    std::unique_ptr<PlatformLimits> m_limits;
+
 private slots:
-    void initTestCase() { s_testHandler = qInstallMessageHandler(handleMessage); }
-    void cleanupTestCase() { qInstallMessageHandler(s_testHandler); }
+    void init() { m_limits = std::make_unique<PlatformLimits>(); }
+    void cleanup() { m_limits.reset(); }
 
     void theDialogSaysSoAndEverythingElseWorks()
     {
