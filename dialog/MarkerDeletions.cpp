@@ -27,6 +27,9 @@ void MarkerDeletions::add(const BodyIdentity &body, const MarkerList &before, in
         m_records.append({body, before, {}, {}, true});
         record = &m_records.last();
     }
+    if (!record->done.isEmpty() &&
+        record->done.last().before.positions.size() == before.positions.size())
+        record->done.removeLast();
     record->done.append({before, marker});
     record->pending.clear();
 }
@@ -58,6 +61,12 @@ void MarkerDeletions::redo(const BodyIdentity &body, const MarkerList &before)
     Record *record = find(body);
     if (record && !record->pending.isEmpty())
         record->done.append({before, record->pending.takeLast()});
+}
+
+void MarkerDeletions::notConfirmed(const BodyIdentity &body)
+{
+    if (Record *record = find(body))
+        record->pending.clear();
 }
 
 void MarkerDeletions::notWritten(const BodyIdentity &body)

@@ -190,6 +190,44 @@ private slots:
         QCOMPARE(deletions.pendingMarker(kWand), -1);
     }
 
+    void aDeletionThatWasNotCarriedOutIsNoStepBesideTheNext()
+    {
+        MarkerDeletions deletions;
+        deletions.add(kWand, listOf(7, 1), 6);
+        deletions.add(kWand, listOf(6, 2), 2);
+        deletions.notConfirmed(kWand);
+        // Until then it can be undone and tried again.
+        QCOMPARE(contents(deletions.undo(kWand)), made(6, 2));
+        QCOMPARE(deletions.pendingMarker(kWand), 2);
+        deletions.redo(kWand, listOf(6, 2));
+
+        deletions.add(kWand, listOf(6, 3), 4);
+        QCOMPARE(contents(deletions.undo(kWand)), made(6, 3));
+        QCOMPARE(contents(deletions.undo(kWand)), made(7, 1));
+        QVERIFY(!deletions.canUndo(kWand));
+        deletions.redo(kWand, listOf(7, 1));
+        QCOMPARE(deletions.pendingMarker(kWand), 4);
+        deletions.redo(kWand, listOf(6, 3));
+        QCOMPARE(deletions.pendingMarker(kWand), -1);
+    }
+
+    void afterARedoThatWasNotConfirmedNoFurtherMarkerIsRedone()
+    {
+        MarkerDeletions deletions;
+        deletions.add(kProbe, listOf(5, 1), 1);
+        deletions.undo(kProbe);
+        deletions.add(kWand, listOf(8, 1), 6);
+        deletions.add(kWand, listOf(7, 2), 6);
+        deletions.undoAll();
+        deletions.redo(kWand, listOf(8, 1));
+        deletions.notConfirmed(kWand);
+        QCOMPARE(deletions.pendingMarker(kWand), -1);
+        QCOMPARE(deletions.pendingMarker(kProbe), 1);
+        QCOMPARE(contents(deletions.undo(kWand)), made(8, 1));
+        QCOMPARE(deletions.pendingMarker(kWand), 6);
+        deletions.notConfirmed({QStringLiteral("standard"), 7, 7});
+    }
+
     void eachBodyHasItsOwnDeletions()
     {
         MarkerDeletions deletions;
@@ -429,6 +467,9 @@ private slots:
                         body.sinceOpening = Eigen::Isometry3d::Identity();
                         order += namesOf({body.identity});
                     }
+                    if (!body.done.empty() &&
+                        body.done.back().before.positions.size() == now.positions.size())
+                        body.done.pop_back();
                     body.done.push_back({now, Eigen::Isometry3d::Identity(), marker});
                     body.pending.clear();
                     break;

@@ -393,7 +393,7 @@ void tst_BodyWriter::tellsWhetherTheMarkersWereWrittenWhole()
 void tst_BodyWriter::deletesByTheControllersNumber()
 {
     Setup s;
-    s.writer.deleteMarker(kType, 3, 1);
+    QVERIFY(s.writer.deleteMarker(kType, 3, 1));
     QCOMPARE(s.host.transcript, QStringList("quorel2 body delete_marker standard b03 m02"));
     QCOMPARE(s.host.errors(), QStringList());
     const QVector<bsVector> left = s.host.markers(kType, 3);
@@ -423,7 +423,7 @@ void tst_BodyWriter::reportsAFailedDeletion()
     QFETCH(int, errors);
     Setup s;
     s.host.answerExchange(1, reply(text.constData(), status));
-    s.writer.deleteMarker(kType, 3, 0);
+    QCOMPARE(s.writer.deleteMarker(kType, 3, 0), errors == 0);
     QStringList expected;
     for (int index = 0; index < errors; ++index)
         expected += kDeleteError;
