@@ -12,6 +12,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QTabWidget>
 #include <QTableWidget>
 #include <QTimer>
@@ -597,10 +598,100 @@ class TestDialogCancel : public QObject {
 
 private:
     std::unique_ptr<PlatformLimits> m_limits;
+    std::unique_ptr<DialogFixture> m_fixture;
+    DialogFixture &fixture() { return *m_fixture; }
+    FakeHost &host() { return m_fixture->host; }
+    GLCanvas *canvas() { return m_fixture->canvas(); }
+
+    /// Opens the dialog, runs the script in it and closes it if that left it open.
+    void work(const std::function<void()> &script)
+    {
+        fixture().findChild<QTimer *>()->setInterval(0);
+        if (!fixture().dialog)
+            fixture().makeDialog();
+        QTimer::singleShot(0, this, [&] {
+            script();
+            if (fixture().dialog->isVisible()) {
+                fixture().answers = {QMessageBox::Yes};
+                fixture().dialog->reject();
+            }
+        });
+        fixture().dialog->update_and_exec();
+    }
+    void press(const char *button) { fixture().child<QPushButton>(button)->click(); }
+    void move(int component, double by)
+    {
+        auto *group = fixture().child<xyzWidget>("body_pos_xyzWidget");
+        group->findChildren<bsDoubleWidget *>().at(component)->adjustValue(by);
+        group->finishEditing();
+    }
+    void turn(int component, double degrees)
+    {
+        auto *group = fixture().child<xyzWidget>("body_ori_xyzWidget");
+        group->findChildren<bsDoubleWidget *>().at(component)->adjustValue(degrees);
+        group->finishEditing();
+    }
+    void deleteMarker(int marker, QMessageBox::StandardButton apply = QMessageBox::No)
+    {
+        canvas()->select(nullptr);
+        canvas()->select(canvas()->body().markers().at(marker));
+        QVERIFY(fixture().isEnabled("pushButton_deleteMarker"));
+        fixture().answers = {QMessageBox::Ok, apply};
+        press("pushButton_deleteMarker");
+        fixture().answers.clear();
+    }
+    void cancel(QMessageBox::StandardButton discard)
+    {
+        fixture().boxes.clear();
+        fixture().answers = {discard};
+        fixture().dialog->reject();
+        fixture().answers.clear();
+    }
+    QStringList boxTexts()
+    {
+        QStringList texts;
+        for (const SeenBox &box : fixture().boxes)
+            texts.append(box.text);
+        return texts;
+    }
+    QStringList transforms() { return host().transcript.filter("quorel2 body transform"); }
+    /// What was written of marker lists: the lines without their beginning.
+    QStringList listLines()
+    {
+        QStringList lines = host().transcript.filter(QRegularExpression("^set body "));
+        return lines.replaceInStrings("set body ", QString());
+    }
+    QStringList tableRow(int row)
+    {
+        auto *table = fixture().child<QTableWidget>("tableWidget_data");
+        QStringList cells;
+        for (int column = 0; column < 4; ++column)
+            cells.append(table->item(row, column)->text());
+        return cells;
+    }
+    /// x of every marker, as the controller holds it.
+    QVector<double> xOf(const QString &type, int number)
+    {
+        QVector<double> values;
+        for (const bsVector &position : host().markers(type, number))
+            values.append(position.x);
+        return values;
+    }
+
+    const QVector<double> kWandX = {0, 100, 0, 30, -60, 20};
+    const QVector<double> kSpareX = {0, 80, 0, 20, -30};
 
 private slots:
-    void init() { m_limits = std::make_unique<PlatformLimits>(); }
-    void cleanup() { m_limits.reset(); }
+    void init()
+    {
+        m_limits = std::make_unique<PlatformLimits>();
+        m_fixture = std::make_unique<DialogFixture>();
+    }
+    void cleanup()
+    {
+        m_fixture.reset();
+        m_limits.reset();
+    }
 
     void whateverWasDoneCancelBringsEverythingBack()
     {
@@ -631,6 +722,399 @@ private slots:
         }
         print(work.tally());
         QVERIFY(work.tally().faults > 150);
+    }
+
+    // Cancel that is taken back -------------------------------------------------------------------
+
+    void noBringsDeletedMarkersBackAllTheSameAndKeepsTheWork()
+    {
+        work([&] {
+            fixture().choose(DialogFixture::Wand);
+            deleteMarker(3);
+            deleteMarker(1);
+            move(0, 10.0);
+            QCOMPARE(xOf("standard", 1), (QVector<double>{0, 0, -60, 20}));
+            canvas()->select(canvas()->body().markers().at(0));
+            host().clearRecords();
+            cancel(QMessageBox::No);
+            QVERIFY(fixture().dialog->isVisible());
+            QCOMPARE(boxTexts(), QStringList{"Discard the changes for all bodies?"});
+            QCOMPARE(host().transcript.mid(0, 3),
+                     (QStringList{"get status active", "quorel2 tracking stop",
+                                  "set body number_of_marker standard b01 6"}));
+            QCOMPARE(host().transcript.mid(3 + 2 * 6),
+                     (QStringList{"quorel2 tracking start", "get status active"}));
+            QCOMPARE(xOf("standard", 1), kWandX);
+            QVERIFY(host().errors().isEmpty());
+
+            // The view shows them, in the coordinate system that is being worked on.
+            QCOMPARE(canvas()->body().markerCount(), 6);
+            QVERIFY(canvas()->selection().isEmpty());
+            QCOMPARE(canvas()->body().undoCount(), 1);
+            QCOMPARE(canvas()->body().baseMatrix().column(3).x, 10.0);
+            QCOMPARE(tableRow(1), (QStringList{"2", "90.00", "0.00", "0.00"}));
+            QCOMPARE(canvas()->markerRecords().at(1).emission.y, 1.0);
+            QVERIFY(fixture().isEnabled("apply_button"));
+            QVERIFY(fixture().isEnabled("undo_button"));
+            QVERIFY(fixture().isEnabled("redo_button"));
+            QVERIFY(!fixture().isEnabled("pushButton_deleteMarker"));
+
+            // Undo goes on with the work, and nothing is written twice.
+            press("undo_button");
+            QCOMPARE(canvas()->body().undoCount(), 0);
+            host().clearRecords();
+            cancel(QMessageBox::Yes);
+            QVERIFY(!fixture().dialog->isVisible());
+            QVERIFY(boxTexts().isEmpty());
+            QVERIFY(listLines().isEmpty());
+        });
+    }
+
+    void afterNoRedoDeletesAgain()
+    {
+        work([&] {
+            fixture().choose(DialogFixture::Wand);
+            deleteMarker(3);
+            deleteMarker(1);
+            move(0, 10.0);
+            cancel(QMessageBox::No);
+            // The deletion reads the body again, and asks for the work first.
+            fixture().boxes.clear();
+            fixture().answers = {QMessageBox::Yes};
+            host().clearRecords();
+            press("redo_button");
+            QCOMPARE(boxTexts(), QStringList{"Apply the changes?"});
+            QCOMPARE(host().transcript.filter("delete_marker"),
+                     QStringList{"quorel2 body delete_marker standard b01 m04"});
+            QCOMPARE(xOf("standard", 1), (QVector<double>{-10, 90, -10, -70, 10}));
+            press("redo_button");
+            QCOMPARE(xOf("standard", 1), (QVector<double>{-10, -10, -70, 10}));
+            QVERIFY(!fixture().isEnabled("redo_button"));
+            // Undo brings back what each of them found.
+            press("undo_button");
+            QCOMPARE(xOf("standard", 1), (QVector<double>{-10, 90, -10, -70, 10}));
+            press("undo_button");
+            QCOMPARE(xOf("standard", 1), (QVector<double>{-10, 90, -10, 20, -70, 10}));
+            press("redo_button");
+            cancel(QMessageBox::Yes);
+            QVERIFY(!fixture().dialog->isVisible());
+        });
+        QCOMPARE(xOf("standard", 1), kWandX);
+    }
+
+    // Several bodies ------------------------------------------------------------------------------
+
+    void markersOfTwoBodiesComeBackInTheOrderOfTheirFirstDeletion()
+    {
+        host().addBody("standard", 2, "", true, "tt_std",
+                       {{1, 0, 0}, {2, 0, 0}, {3, 60, 0}, {4, 40, 50}, {5, 1, 1}, {6, 2, 3}});
+        work([&] {
+            fixture().choose(DialogFixture::SpareProbe);
+            deleteMarker(4);
+            // The reading behind it takes the number of the vimbar for a place in the list.
+            QCOMPARE(fixture().child<QComboBox>("body_name")->currentIndex(),
+                     int(DialogFixture::Plain));
+            QVERIFY(!fixture().isEnabled("undo_button"));
+            deleteMarker(0);
+            deleteMarker(0);
+            fixture().choose(DialogFixture::SpareProbe);
+            QVERIFY(fixture().isEnabled("undo_button"));
+            QCOMPARE(xOf("vimbar", 2), (QVector<double>{0, 80, 0, 20}));
+            QCOMPARE(xOf("standard", 2), (QVector<double>{3, 4, 5, 6}));
+            host().clearRecords();
+            cancel(QMessageBox::Yes);
+            QVERIFY(!fixture().dialog->isVisible());
+            // No transform was applied and none is pending: nothing to ask.
+            QVERIFY(boxTexts().isEmpty());
+        });
+        QCOMPARE(listLines().filter("number_of_marker"),
+                 (QStringList{"number_of_marker vimbar b02 5", "number_of_marker standard b02 6"}));
+        QCOMPARE(host().transcript.count("quorel2 tracking start"), 1);
+        QCOMPARE(xOf("vimbar", 2), kSpareX);
+        QCOMPARE(xOf("standard", 2), (QVector<double>{1, 2, 3, 4, 5, 6}));
+    }
+
+    void undoTakesBackOnlyWhatWasDeletedOfTheChosenBody()
+    {
+        work([&] {
+            fixture().choose(DialogFixture::SpareProbe);
+            deleteMarker(4);
+            fixture().choose(DialogFixture::Wand);
+            move(0, 10.0);
+            deleteMarker(5, QMessageBox::Yes);
+            move(1, 5.0);
+            press("undo_button");
+            QCOMPARE(xOf("standard", 1).size(), 6);
+            QCOMPARE(canvas()->body().undoCount(), 1);
+            press("undo_button");
+            QCOMPARE(canvas()->body().undoCount(), 0);
+            QVERIFY(!fixture().isEnabled("undo_button"));
+            QCOMPARE(xOf("vimbar", 2).size(), 4);
+            fixture().choose(DialogFixture::SpareProbe);
+            press("undo_button");
+            QCOMPARE(xOf("vimbar", 2), kSpareX);
+        });
+        QCOMPARE(xOf("standard", 1), kWandX);
+    }
+
+    void bodiesOfOneNumberAreNotTakenForEachOther()
+    {
+        host().addBody("vimbar", 1, "Probe", true, "tt_std",
+                       {{7, 0, 0}, {8, 0, 0}, {9, 60, 0}, {10, 40, 50}, {11, 1, 1}});
+        work([&] {
+            fixture().choose(DialogFixture::Probe);
+            deleteMarker(0);
+            QCOMPARE(fixture().child<QComboBox>("body_name")->currentIndex(),
+                     int(DialogFixture::Wand));
+            QVERIFY(!fixture().isEnabled("undo_button"));
+            QVERIFY(!fixture().isEnabled("redo_button"));
+            move(2, 4.0);
+            press("apply_button");
+            fixture().choose(DialogFixture::Probe);
+            press("undo_button");
+            QCOMPARE(xOf("vimbar", 1), (QVector<double>{7, 8, 9, 10, 11}));
+            QCOMPARE(host().markers("vimbar", 1).first().z, 0.0);
+            cancel(QMessageBox::Yes);
+        });
+        QCOMPARE(host().markers("standard", 1).first().z, 0.0);
+        QCOMPARE(host().markers("vimbar", 1).first().z, 0.0);
+    }
+
+    // The right frame -----------------------------------------------------------------------------
+
+    void undoOfADeletionKeepsTheEditsThatCameAfterIt()
+    {
+        work([&] {
+            fixture().choose(DialogFixture::Wand);
+            deleteMarker(2);
+            move(0, 10.0);
+            turn(2, 90.0);
+            press("undo_button");
+            QCOMPARE(xOf("standard", 1), kWandX);
+            QCOMPARE(canvas()->body().undoCount(), 2);
+            QCOMPARE(canvas()->body().baseMatrix().column(3).x, 10.0);
+            QCOMPARE(tableRow(1), (QStringList{"2", "0.00", "-90.00", "0.00"}));
+            QVERIFY(fixture().isEnabled("apply_button"));
+            press("undo_button");
+            QCOMPARE(tableRow(1), (QStringList{"2", "90.00", "0.00", "0.00"}));
+            press("apply_button");
+            QCOMPARE(xOf("standard", 1), (QVector<double>{-10, 90, -10, 20, -70, 10}));
+            cancel(QMessageBox::Yes);
+        });
+        QCOMPARE(xOf("standard", 1), kWandX);
+    }
+
+    void whatWasDeletedIsWrittenBackInTheFrameThatTheBodyHasThen()
+    {
+        work([&] {
+            fixture().choose(DialogFixture::Wand);
+            deleteMarker(2);
+            turn(0, 90.0);
+            press("apply_button");
+            host().clearRecords();
+            cancel(QMessageBox::Yes);
+        });
+        // The body's z axis was turned onto y of the controller's frame; (0, 60, 0) is (0, 0, -60).
+        QStringList lines = listLines();
+        lines.replaceInStrings(QRegularExpression("-0\\.000"), "0.000");
+        QCOMPARE(lines.size(), 1 + 2 * 6);
+        QCOMPARE(lines.at(1 + 2 * 2),
+                 QStringLiteral("marker standard b01 m03 0.000 0.000 -60.000"));
+        QCOMPARE(lines.at(2), QStringLiteral("marker_emission standard b01 m01 0.000 1.000 0.000 "
+                                             "60.000"));
+        QCOMPARE(lines.at(4), QStringLiteral("marker_emission standard b01 m02 0.000 0.000 -1.000 "
+                                             "60.000"));
+        QCOMPARE(transforms().size(), 1);
+        QVERIFY(host().transcript.indexOf(transforms().first()) >
+                host().transcript.lastIndexOf(QRegularExpression("^set body .*")));
+        QCOMPARE(xOf("standard", 1), kWandX);
+        QVERIFY(distance(host().markers("standard", 1).at(2), bsVector(0, 60, 0)) < 1e-3);
+        QVERIFY(distance(directionOf(host().emissions("standard", 1).at(1)), bsVector(0, 1, 0)) <
+                1e-3);
+    }
+
+    void whatIsDeletedAfterAnApplyThatCouldNotReadBackComesBackInTheRightFrame()
+    {
+        work([&] {
+            fixture().choose(DialogFixture::Wand);
+            turn(2, 90.0);
+            host().failLine("get body number_of_marker standard b01");
+            press("apply_button");
+            host().clearFaults();
+            QCOMPARE(canvas()->body().markerCount(), 6);
+            QVERIFY(distance(canvas()->body().markerPositions().at(1), bsVector(0, -100, 0)) <
+                    1e-6);
+            deleteMarker(1);
+            QCOMPARE(xOf("standard", 1).size(), 5);
+            press("undo_button");
+            QVERIFY(distance(host().markers("standard", 1).at(1), bsVector(0, -100, 0)) < 1e-3);
+            QVERIFY(distance(directionOf(host().emissions("standard", 1).at(1)),
+                             bsVector(1, 0, 0)) < 1e-3);
+            press("redo_button");
+            cancel(QMessageBox::Yes);
+        });
+        QVERIFY(distance(host().markers("standard", 1).at(1), bsVector(100, 0, 0)) < 1e-3);
+        QVERIFY(distance(directionOf(host().emissions("standard", 1).at(1)), bsVector(0, 1, 0)) <
+                1e-3);
+    }
+
+    void theMarkersAreReadAgainBeforeTheWorkIsWritten()
+    {
+        // "Apply the changes?" comes with the reading that follows the deletion.
+        work([&] {
+            fixture().choose(DialogFixture::Wand);
+            move(0, 10.0);
+            fixture().boxes.clear();
+            deleteMarker(0, QMessageBox::Yes);
+            QCOMPARE(boxTexts(), (QStringList{"Delete selected marker?", "Apply the changes?"}));
+            QCOMPARE(xOf("standard", 1), (QVector<double>{90, -10, 20, -70, 10}));
+            press("undo_button");
+            QCOMPARE(xOf("standard", 1), (QVector<double>{-10, 90, -10, 20, -70, 10}));
+            press("redo_button");
+            cancel(QMessageBox::Yes);
+        });
+        QCOMPARE(xOf("standard", 1), kWandX);
+    }
+
+    // What fails ----------------------------------------------------------------------------------
+
+    void whatCouldNotBeWrittenBackIsTriedAgain_data()
+    {
+        QTest::addColumn<QString>("line");
+        QTest::addColumn<QString>("error");
+        QTest::newRow("count") << "set body number_of_marker standard b01 6"
+                               << "Error: Unable to set body target_type";
+        QTest::newRow("position") << "set body marker standard b01 m02 100.000 0.000 0.000"
+                                  << "Error: Unable to set body marker values";
+        QTest::newRow("emission")
+            << "set body marker_emission standard b01 m03 1.000 0.000 0.000 60.000"
+            << "Error: Unable to set body marker emission";
+    }
+
+    void whatCouldNotBeWrittenBackIsTriedAgain()
+    {
+        QFETCH(QString, line);
+        QFETCH(QString, error);
+        work([&] {
+            fixture().choose(DialogFixture::Wand);
+            deleteMarker(1);
+            move(0, 10.0);
+            host().failLine(line);
+            cancel(QMessageBox::No);
+            QCOMPARE(host().errors(), QStringList{error});
+            host().clearFaults();
+            host().clearRecords();
+            cancel(QMessageBox::No);
+            QCOMPARE(listLines().size(), 1 + 2 * 6);
+            QVERIFY(host().errors().isEmpty());
+            QCOMPARE(xOf("standard", 1), kWandX);
+            QCOMPARE(host().emissions("standard", 1).at(2).x, 1.0);
+
+            host().clearRecords();
+            cancel(QMessageBox::Yes);
+            QVERIFY(listLines().isEmpty());
+        });
+    }
+
+    void anUndoThatWasWrittenInPartIsMadeUpForByCancel()
+    {
+        work([&] {
+            fixture().choose(DialogFixture::Wand);
+            deleteMarker(1);
+            host().failLine("set body marker standard b01 m02 100.000 0.000 0.000");
+            press("undo_button");
+            QCOMPARE(host().errors(), QStringList{"Error: Unable to set body marker values"});
+            QVERIFY(!fixture().isEnabled("undo_button"));
+            host().clearFaults();
+            QVERIFY(xOf("standard", 1) != kWandX);
+            // Nobody is asked: deleted markers come back in any case.
+            cancel(QMessageBox::Yes);
+            QVERIFY(!fixture().dialog->isVisible());
+            QVERIFY(boxTexts().isEmpty());
+        });
+        QCOMPARE(xOf("standard", 1), kWandX);
+    }
+
+    void aDeletionThatWasRefusedTakesNothingAway_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("reply");
+        QTest::addColumn<int>("errors");
+        QTest::newRow("refused") << 0 << QByteArray("quorel2 err no") << 1;
+        QTest::newRow("failed") << 1 << QByteArray() << 2;
+    }
+
+    void aDeletionThatWasRefusedTakesNothingAway()
+    {
+        QFETCH(int, status);
+        QFETCH(QByteArray, reply);
+        QFETCH(int, errors);
+        work([&] {
+            fixture().choose(DialogFixture::Wand);
+            host().answerLine("quorel2 body delete_marker standard b01 m03", {status, reply, true});
+            deleteMarker(2);
+            QCOMPARE(host().errors().size(), errors);
+            QCOMPARE(host().errors().count("Error: Unable to delete marker of body"), errors);
+            QCOMPARE(canvas()->body().markerCount(), 6);
+            QCOMPARE(xOf("standard", 1), kWandX);
+            QVERIFY(fixture().isEnabled("undo_button"));
+            QVERIFY(!fixture().isEnabled("redo_button"));
+            host().clearFaults();
+
+            // The next one is one step, and Redo deletes no marker that nobody chose.
+            deleteMarker(2);
+            QCOMPARE(xOf("standard", 1), (QVector<double>{0, 100, 30, -60, 20}));
+            press("undo_button");
+            QCOMPARE(xOf("standard", 1), kWandX);
+            QVERIFY(!fixture().isEnabled("undo_button"));
+            press("redo_button");
+            QCOMPARE(xOf("standard", 1), (QVector<double>{0, 100, 30, -60, 20}));
+            QVERIFY(!fixture().isEnabled("redo_button"));
+            cancel(QMessageBox::Yes);
+        });
+        QCOMPARE(xOf("standard", 1), kWandX);
+    }
+
+    void aRedoThatWasRefusedEndsTheRedoing()
+    {
+        work([&] {
+            fixture().choose(DialogFixture::Wand);
+            deleteMarker(5);
+            deleteMarker(4);
+            press("undo_button");
+            press("undo_button");
+            host().answerLine("quorel2 body delete_marker standard b01 m06",
+                              {0, "quorel2 err no", true});
+            press("redo_button");
+            QCOMPARE(xOf("standard", 1), kWandX);
+            // The other deletion was counted in the markers that would be left.
+            QVERIFY(!fixture().isEnabled("redo_button"));
+            host().clearFaults();
+            press("undo_button");
+            QVERIFY(fixture().isEnabled("redo_button"));
+            press("redo_button");
+            QCOMPARE(xOf("standard", 1), (QVector<double>{0, 100, 0, 30, -60}));
+        });
+        QCOMPARE(xOf("standard", 1), kWandX);
+    }
+
+    void openingAnewForgetsTheDeletionsOfTheLastTime()
+    {
+        work([&] {
+            fixture().choose(DialogFixture::Wand);
+            deleteMarker(2);
+            fixture().dialog->on_ok_button_clicked();
+        });
+        QCOMPARE(xOf("standard", 1).size(), 5);
+        work([&] {
+            fixture().choose(DialogFixture::Wand);
+            QVERIFY(!fixture().isEnabled("undo_button"));
+            QVERIFY(!fixture().isEnabled("redo_button"));
+            host().clearRecords();
+            cancel(QMessageBox::Yes);
+            QVERIFY(listLines().isEmpty());
+        });
+        QCOMPARE(xOf("standard", 1).size(), 5);
     }
 };
 
