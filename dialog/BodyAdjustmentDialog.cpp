@@ -1021,7 +1021,8 @@ void BodyAdjustmentDialog::on_pushButton_deleteMarker_clicked()
 void BodyAdjustmentDialog::deleteMarker(int marker)
 {
     m_session.stopMeasurement();
-    m_writer.deleteMarker(m_chosen.type, m_chosen.number(), marker);
+    if (!m_writer.deleteMarker(m_chosen.type, m_chosen.number(), marker))
+        m_deletions.notConfirmed(m_chosen);
     m_session.startMeasurement();
     // The body's index stands in for a list position here, and stays so.
     update_current_body(m_chosen.index, true);

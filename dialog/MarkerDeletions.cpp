@@ -27,6 +27,9 @@ void MarkerDeletions::add(const BodyIdentity &body, const MarkerList &before, in
         m_records.append({body, before, {}, {}, true});
         record = &m_records.last();
     }
+    if (!record->done.isEmpty() &&
+        record->done.last().before.positions.size() == before.positions.size())
+        record->done.removeLast();
     record->done.append({before, marker});
     record->pending.clear();
 }
@@ -44,7 +47,6 @@ MarkerList MarkerDeletions::undo(const BodyIdentity &body)
         return {};
     const Deletion deletion = record->done.takeLast();
     record->pending.append(deletion.marker);
-    record->isWritten = true;
     return deletion.before;
 }
 
@@ -59,6 +61,12 @@ void MarkerDeletions::redo(const BodyIdentity &body, const MarkerList &before)
     Record *record = find(body);
     if (record && !record->pending.isEmpty())
         record->done.append({before, record->pending.takeLast()});
+}
+
+void MarkerDeletions::notConfirmed(const BodyIdentity &body)
+{
+    if (Record *record = find(body))
+        record->pending.clear();
 }
 
 void MarkerDeletions::notWritten(const BodyIdentity &body)

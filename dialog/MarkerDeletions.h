@@ -24,7 +24,8 @@ class MarkerDeletions {
 public:
     void clear();
 
-    /// A marker of the body was told to be deleted; what could be redone for it is forgotten.
+    /// A marker of the body was told to be deleted; what could be redone for it is forgotten. So is
+    /// the last deletion if the body has as many markers as before it: it was not carried out.
     /// @param before  all markers, that one included
     /// @param marker  0-based
     void add(const BodyIdentity &body, const MarkerList &before, int marker);
@@ -37,9 +38,12 @@ public:
     int pendingMarker(const BodyIdentity &body) const;
     /// The pending marker was told to be deleted again.
     void redo(const BodyIdentity &body, const MarkerList &before);
+    /// The controller did not confirm the last deletion. What else could be redone is forgotten:
+    /// it was counted in the markers that would be left.
+    void notConfirmed(const BodyIdentity &body);
 
-    /// A list of markers for the body could not be written whole: it is not as at opening until
-    /// that was written.
+    /// A list of markers for the body could not be written whole. What is deleted and undone later
+    /// may begin with that: the body counts as changed until all deletions are taken back.
     void notWritten(const BodyIdentity &body);
     /// The bodies that may have other markers than at opening, in the order of their first
     /// deletion.

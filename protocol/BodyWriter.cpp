@@ -63,7 +63,7 @@ bool BodyWriter::writeMarkers(const QString &type, int number, const QVector<bsV
     return allWritten;
 }
 
-void BodyWriter::deleteMarker(const QString &type, int number, int markerIndex)
+bool BodyWriter::deleteMarker(const QString &type, int number, int markerIndex)
 {
     const CommandChannel::Reply reply = m_channel->deleteMarker(type, number, markerIndex + 1);
     // A failed exchange without a positive reply is told of twice.
@@ -71,4 +71,5 @@ void BodyWriter::deleteMarker(const QString &type, int number, int markerIndex)
         m_channel->postError("Error: Unable to delete marker of body");
     if (!reply.isPositive())
         m_channel->postError("Error: Unable to delete marker of body");
+    return reply.isOk();
 }

@@ -28,7 +28,8 @@ public:
     bool writeMarkers(const QString &type, int number, const QVector<bsVector> &positions,
                       const QVector<Emission> &emissions);
     /// @param markerIndex  0-based
-    void deleteMarker(const QString &type, int number, int markerIndex);
+    /// @return whether the controller said that it deleted the marker
+    bool deleteMarker(const QString &type, int number, int markerIndex);
 
 private:
     CommandChannel *m_channel;

@@ -15,6 +15,7 @@
 #include <QtTest>
 
 #include <atomic>
+#include <memory>
 #include <thread>
 
 class TestDialogWithoutOpenGL : public QObject {

@@ -46,6 +46,10 @@ private slots:
     void allEmissionsAreTheSame();
     void emissionsCanBeHidden();
 
+    void otherMarkersTakeThePlaceOfThoseThatAreThere();
+    void exchangingMarkersKeepsTheCoordinateSystem();
+    void exchangingMarkersRemovesTheLines();
+
     void linesJoinInEitherOrder();
     void removingALineKeepsTheOrderOfTheOthers();
     void linesAreDeletedByTheBody();
@@ -596,6 +600,77 @@ void tst_abcBody::emissionsCanBeHidden()
     QVERIFY(!body.options.markerEmissions);
     body.setShowEmissions(true);
     QVERIFY(body.options.markerEmissions);
+}
+
+void tst_abcBody::otherMarkersTakeThePlaceOfThoseThatAreThere()
+{
+    abcBody body(nullptr);
+    body.options.longAxes = true;
+    QVERIFY(body.loadMarkers(kCorners));
+    body.setAllEmissions(0.0, 0.0, 1.0, 60.0);
+    QVector<bsVector> others;
+    for (int i = 0; i < 9; ++i)
+        others.append(bsVector(10.0 * i, -i, 7.0));
+    body.exchangeMarkers(others);
+    QVERIFY(body.isLoaded());
+    QCOMPARE(body.markerCount(), 9);
+    for (int i = 0; i < 9; ++i) {
+        QCOMPARE(body.markers()[i]->id(), i);
+        compareVector(body.markerPositions()[i], 10.0 * i, -i, 7.0);
+        QCOMPARE(body.markers()[i]->colour, body.palette()[i % 7]);
+        // Nothing is left of the markers that were there.
+        compareEmission(body.markers()[i]->record.emission, 0.0, 0.0, 0.0, 0.0);
+    }
+    compareVector(body.cog(), 40.0, -4.0, 7.0);
+    QVERIFY(body.options.longAxes);
+
+    body.exchangeMarkers({bsVector(1, 2, 3), bsVector(3, 4, 5)});
+    QCOMPARE(body.markerCount(), 2);
+    compareVector(body.cog(), 2.0, 3.0, 4.0);
+}
+
+void tst_abcBody::exchangingMarkersKeepsTheCoordinateSystem()
+{
+    abcBody body(nullptr);
+    QVERIFY(body.loadMarkers(kCorners));
+    QVERIFY(commitShift(body, 10.0, 0.0, 0.0));
+    QVERIFY(commitShift(body, 0.0, 20.0, 0.0));
+    body.undo();
+    body.setPendingPosition(bsVector(1.0, 2.0, 3.0));
+    body.setPendingOrientation(bsQuaternion::fromEuler(0.0, 0.0, 90.0));
+    const bsMatrix pending = body.pendingPose().toMatrix();
+    QSignalSpy modified(&body, &abcBody::bodyModified);
+    QSignalSpy loaded(&body, &abcBody::bodyLoaded);
+    body.exchangeMarkers({bsVector(5, 0, 0), bsVector(0, 5, 0), bsVector(0, 0, 5)});
+    QCOMPARE(modified.count(), 0);
+    QCOMPARE(loaded.count(), 0);
+    QVERIFY(body.isModified());
+    QCOMPARE(body.undoCount(), 1);
+    QCOMPARE(body.redoCount(), 1);
+    compareVector(body.baseMatrix().column(3), 10.0, 0.0, 0.0);
+    QVERIFY(areIdentical(body.pendingPose().toMatrix(), pending));
+    compareVector(body.markerRecords()[0].position, -5.0, 0.0, 0.0);
+    body.setPendingPosition(bsVector());
+    body.setPendingOrientation(bsQuaternion::fromEuler(0.0, 0.0, 0.0));
+    QVERIFY(!body.saveCurrentBody());
+    body.redo();
+    compareVector(body.baseMatrix().column(3), 10.0, 20.0, 0.0);
+    body.undo();
+    body.undo();
+    QVERIFY(isIdentity(body.baseMatrix()));
+}
+
+void tst_abcBody::exchangingMarkersRemovesTheLines()
+{
+    int deleted = 0;
+    abcBody body(nullptr);
+    QVERIFY(body.loadMarkers(kCorners));
+    body.addLine(new CountedLine(body.markers()[0], body.markers()[1], &deleted));
+    body.addLine(new CountedLine(body.markers()[2], body.markers()[1], &deleted));
+    body.exchangeMarkers(kCorners);
+    QCOMPARE(deleted, 2);
+    QVERIFY(body.lines().isEmpty());
+    QVERIFY(!body.hasLine(body.markers()[0], body.markers()[1]));
 }
 
 void tst_abcBody::linesJoinInEitherOrder()

@@ -18,6 +18,8 @@ private slots:
     void copiesPassThroughTheMatrix();
     void assignmentToItselfKeepsThePose();
     void halfTurnsSurviveACopy();
+    void turnsOfNearlyHalfACircleSurviveAnyNumberOfCopies();
+    void whatIsNoRotationIsNotMadeOne();
 };
 
 void tst_bsPose::defaultIsTheIdentity()
@@ -64,8 +66,6 @@ void tst_bsPose::roundTripAgreesWithEigen()
     Oracle::Random random(testSeed());
     for (int round = 0; round < 2000; ++round) {
         const Eigen::Matrix4d matrix = random.rigid(1000.0);
-        if (matrix.trace() < 1e-4) // of all four: 0 at a half turn, where digits are lost
-            continue;
         const bsPose pose = bsPose::fromMatrix(Oracle::matrix(matrix), 0.0);
         QVERIFY(Oracle::distance(pose.toMatrix(), matrix) < 1e-10);
     }
@@ -153,6 +153,39 @@ void tst_bsPose::halfTurnsSurviveACopy()
             }
         }
     }
+}
+
+void tst_bsPose::turnsOfNearlyHalfACircleSurviveAnyNumberOfCopies()
+{
+    std::mt19937 random(testSeed());
+    std::uniform_real_distribution<double> number(-1.0, 1.0);
+    for (int i = 0; i < 20000; ++i) {
+        const Eigen::Vector3d axis(number(random), number(random), number(random));
+        // From 10 degrees to what no longer differs from a half turn, on both sides of it.
+        const double missing = 0.2 * std::pow(10.0, 12.0 * (number(random) - 1.0) / 2.0);
+        const double angle = i % 2 ? EIGEN_PI - missing : EIGEN_PI + missing;
+        const Eigen::Matrix4d matrix =
+            Oracle::rigid(Eigen::AngleAxisd(angle, axis.normalized()).toRotationMatrix(),
+                          Eigen::Vector3d::Zero());
+        bsPose pose = bsPose::fromMatrix(Oracle::matrix(matrix), 0.0);
+        for (int copy = 0; copy < 4; ++copy) {
+            const double error = Oracle::distance(pose.toMatrix(), matrix);
+            QVERIFY2(error < 1e-9, qPrintable(QStringLiteral("%1 rad missing, copy %2: %3")
+                                                  .arg(missing)
+                                                  .arg(copy)
+                                                  .arg(error)));
+            pose = bsPose(pose);
+            pose = bsPose::fromMatrix(pose.toMatrix(), 0.0);
+        }
+    }
+}
+
+void tst_bsPose::whatIsNoRotationIsNotMadeOne()
+{
+    bsMatrix crooked = bsMatrix::identity();
+    crooked.element(0, 0) = 1.01;
+    const bsPose pose = bsPose::fromMatrix(crooked, 0.0);
+    QVERIFY(std::fabs(pose.orientation.w - std::sqrt(4.01) / 2.0) < 1e-15);
 }
 
 QUOREL2_TEST_MAIN(tst_bsPose)

@@ -99,6 +99,8 @@ private slots:
     void noMarkersWritesTheCountOnly();
     void aFailedCountEndsTheWrite();
     void failedMarkersAndEmissionsAreReportedAndTheNextIsWritten();
+    void tellsWhetherTheMarkersWereWrittenWhole_data();
+    void tellsWhetherTheMarkersWereWrittenWhole();
     void deletesByTheControllersNumber();
     void reportsAFailedDeletion_data();
     void reportsAFailedDeletion();
@@ -353,10 +355,44 @@ void tst_BodyWriter::failedMarkersAndEmissionsAreReportedAndTheNextIsWritten()
     QCOMPARE(s.host.errors(), errorOf);
 }
 
+void tst_BodyWriter::tellsWhetherTheMarkersWereWrittenWhole_data()
+{
+    QTest::addColumn<int>("failing"); // 0: none
+    QTest::addColumn<int>("minor");
+    QTest::addColumn<bool>("whole");
+    QTest::newRow("everything") << 0 << 17 << true;
+    QTest::newRow("all but the count") << 1 << 17 << false;
+    for (int failing = 2; failing <= 7; ++failing)
+        QTest::addRow("all but exchange %d", failing) << failing << 17 << false;
+    QTest::newRow("exchange after the last") << 8 << 17 << true;
+    QTest::newRow("positions only") << 0 << 11 << true;
+    QTest::newRow("all but the last position") << 4 << 11 << false;
+    QTest::newRow("an emission that is not sent") << 5 << 11 << true;
+}
+
+void tst_BodyWriter::tellsWhetherTheMarkersWereWrittenWhole()
+{
+    QFETCH(int, failing);
+    QFETCH(int, minor);
+    QFETCH(bool, whole);
+    Setup s;
+    s.host.setVersion(1, minor);
+    if (failing > 0)
+        s.host.failExchange(failing, failing % 2 == 0 ? 1 : -1);
+    QCOMPARE(s.writer.writeMarkers(kType, 3, kPositions, QVector<Emission>(3, {0, 0, 1, 60})),
+             whole);
+    QCOMPARE(s.host.errors().isEmpty(), whole);
+
+    // One failure is not remembered.
+    s.host.clearFaults();
+    QVERIFY(s.writer.writeMarkers(kType, 3, kPositions, {}));
+    QVERIFY(s.writer.writeMarkers(kType, 3, {}, {}));
+}
+
 void tst_BodyWriter::deletesByTheControllersNumber()
 {
     Setup s;
-    s.writer.deleteMarker(kType, 3, 1);
+    QVERIFY(s.writer.deleteMarker(kType, 3, 1));
     QCOMPARE(s.host.transcript, QStringList("quorel2 body delete_marker standard b03 m02"));
     QCOMPARE(s.host.errors(), QStringList());
     const QVector<bsVector> left = s.host.markers(kType, 3);
@@ -386,7 +422,7 @@ void tst_BodyWriter::reportsAFailedDeletion()
     QFETCH(int, errors);
     Setup s;
     s.host.answerExchange(1, reply(text.constData(), status));
-    s.writer.deleteMarker(kType, 3, 0);
+    QCOMPARE(s.writer.deleteMarker(kType, 3, 0), errors == 0);
     QStringList expected;
     for (int index = 0; index < errors; ++index)
         expected += kDeleteError;

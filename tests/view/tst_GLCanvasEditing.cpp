@@ -330,6 +330,10 @@ private slots:
     void loadSignals();
     void editsWithoutABodyDoNotReachTheNextOne();
     void emissionsAreGivenToTheMarkers();
+    void exchangedMarkersLeaveTheCoordinateSystem();
+    void exchangedMarkersTakeLinesAndSelectionAway();
+    void exchangeSignals();
+    void withoutABodyThereIsNothingToExchange();
     void signalsAreDeclaredInOrder();
     void randomEditsAgreeWithAPlainAccount();
     void manyCommitsStayARotation();
@@ -1162,6 +1166,100 @@ void tst_GLCanvasEditing::emissionsAreGivenToTheMarkers()
         QCOMPARE(record.emission.z, -1.0);
         QCOMPARE(record.emission.angleDeg, 55.0);
     }
+}
+
+void tst_GLCanvasEditing::exchangedMarkersLeaveTheCoordinateSystem()
+{
+    GLCanvas canvas;
+    canvas.setBody(kTetrahedron, {});
+    canvas.translateBody(10.0, 0.0, 0.0);
+    emit canvas.storeBodyRequest();
+    canvas.rotateBody(0.0, 0.0, 90.0);
+    emit canvas.storeBodyRequest();
+    canvas.undo();
+    canvas.translateBody(0.0, 0.0, 3.0);
+    canvas.rotateBody(30.0, 0.0, 0.0);
+    const Eigen::Affine3d base = affine(canvas.body().baseMatrix());
+    const Eigen::Affine3d drawn = drawnAxes(canvas);
+    const bsPose view = canvas.camera().view();
+    canvas.exchangeMarkers({{20, 0, 0}, {0, 40, 0}, {0, 0, 60}, {20, 40, 0}, {0, 20, 40}},
+                           {{1.0, 0.0, 0.0, 30.0}, {0.0, 1.0, 0.0, 40.0}});
+    QVERIFY(canvas.isBodyLoaded());
+    QVERIFY(isAt(canvas, base));
+    QVERIFY(largestDifference(drawnAxes(canvas), drawn) == 0.0);
+    QCOMPARE(canvas.camera().view().position.z, view.position.z);
+    QVERIFY(canvas.hasUnappliedChanges());
+
+    QCOMPARE(canvas.body().markerCount(), 5);
+    QCOMPARE(canvas.markerRecords()[0].position.x, 10.0);
+    QCOMPARE(canvas.markerRecords()[1].emission.angleDeg, 40.0);
+    QCOMPARE(canvas.markerRecords()[2].emission.angleDeg, 0.0);
+    QCOMPARE(canvas.body().cog().x, 8.0);
+    QCOMPARE(canvas.body().cog().y, 20.0);
+    QCOMPARE(canvas.body().cog().z, 20.0);
+    QCOMPARE(canvas.body().markers()[4]->colour, QColor(255, 0, 255));
+
+    // Undo and redo walk the same history.
+    QCOMPARE(canvas.body().undoCount(), 1);
+    QCOMPARE(canvas.body().redoCount(), 1);
+    canvas.undo();
+    QVERIFY(isAt(canvas, Eigen::Affine3d::Identity()));
+    canvas.redo();
+    canvas.redo();
+    QVERIFY(isAt(canvas, pose(turn(0.0, 0.0, 90.0), Eigen::Vector3d(10.0, 0.0, 0.0))));
+    // An operation takes the new markers.
+    canvas.set_origin_to_cog();
+    QCOMPARE(canvas.body().baseMatrix().column(3).y, 20.0);
+}
+
+void tst_GLCanvasEditing::exchangedMarkersTakeLinesAndSelectionAway()
+{
+    GLCanvas canvas;
+    canvas.setBody(kTetrahedron, {});
+    selectMarkers(canvas, 0, 2);
+    canvas.introduceLine();
+    QCOMPARE(canvas.body().lines().size(), 1);
+    canvas.exchangeMarkers(kTetrahedron, {});
+    QVERIFY(canvas.body().lines().isEmpty());
+    QVERIFY(canvas.selection().isEmpty());
+    QCOMPARE(canvas.selectedMarkerNumber(), -1);
+
+    // Also when the line is what is selected.
+    selectMarkers(canvas, 0, 2);
+    canvas.introduceLine();
+    canvas.select(canvas.body().lines().first());
+    canvas.exchangeMarkers(kRightAngle, {});
+    QVERIFY(canvas.selection().isEmpty());
+    canvas.deleteLine();
+    QCOMPARE(canvas.body().markerCount(), 3);
+}
+
+void tst_GLCanvasEditing::exchangeSignals()
+{
+    GLCanvas canvas;
+    canvas.setBody(kTetrahedron, {});
+    canvas.translateBody(1.0, 0.0, 0.0);
+    emit canvas.storeBodyRequest();
+    canvas.translateBody(0.0, 1.0, 0.0);
+    emit canvas.storeBodyRequest();
+    canvas.undo();
+    selectMarkers(canvas, 0, 2);
+    SignalLog log(canvas);
+    canvas.exchangeMarkers(kRightAngle, {});
+    QCOMPARE(log.take(), history(true, true) + (QStringList{text("canSetOriginToMarker", false),
+                                                            text("canSetAxisToMarkers", false),
+                                                            text("canIntroduceLine", false),
+                                                            text("canDeleteLine", false)}));
+}
+
+void tst_GLCanvasEditing::withoutABodyThereIsNothingToExchange()
+{
+    GLCanvas canvas;
+    SignalLog log(canvas);
+    canvas.exchangeMarkers(kTetrahedron, {});
+    QVERIFY(!canvas.isBodyLoaded());
+    QCOMPARE(canvas.body().markerCount(), 0);
+    QCOMPARE(log.take(), QStringList());
 }
 
 void tst_GLCanvasEditing::signalsAreDeclaredInOrder()
