@@ -13,6 +13,7 @@ private slots:
     void fromMatrixTakesColumnAndSpare();
     void toMatrixHoldsRotationAndPosition();
     void roundTripAgreesWithEigen();
+    void rotationsNearHalfATurnKeepTheirDigits();
     void copiesCarryTheSpare();
     void copiesPassThroughTheMatrix_data();
     void copiesPassThroughTheMatrix();
@@ -64,10 +65,24 @@ void tst_bsPose::roundTripAgreesWithEigen()
     Oracle::Random random(testSeed());
     for (int round = 0; round < 2000; ++round) {
         const Eigen::Matrix4d matrix = random.rigid(1000.0);
-        if (matrix.trace() < 1e-4) // of all four: 0 at a half turn, where digits are lost
-            continue;
         const bsPose pose = bsPose::fromMatrix(Oracle::matrix(matrix), 0.0);
         QVERIFY(Oracle::distance(pose.toMatrix(), matrix) < 1e-10);
+    }
+}
+
+void tst_bsPose::rotationsNearHalfATurnKeepTheirDigits()
+{
+    Oracle::Random random(testSeed());
+    for (int round = 0; round < 5000; ++round) {
+        const double offDeg = std::pow(10.0, random.number(-8.0, 1.0));
+        const Eigen::Matrix4d matrix =
+            Oracle::rigid(Oracle::turn(180.0 - offDeg, random.vector(1.0)), random.vector(100.0));
+        const bsPose pose = bsPose::fromMatrix(Oracle::matrix(matrix), 0.0);
+        const bsPose copied(pose);
+        QVERIFY2(Oracle::distance(pose.toMatrix(), matrix) < 1e-9,
+                 qPrintable(QString::number(offDeg)));
+        QVERIFY2(Oracle::distance(copied.toMatrix(), matrix) < 1e-9,
+                 qPrintable(QString::number(offDeg)));
     }
 }
 

@@ -7,6 +7,7 @@
 #include <QRandomGenerator>
 #include <QtTest>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
@@ -121,19 +122,42 @@ public:
 
     void logHistory() { log += history(!undoStack.isEmpty(), !redoStack.isEmpty()); }
 
-    void store()
+    void exchange(const QVector<bsVector> &markers)
     {
-        const Eigen::Affine3d pending = pose(pendingRotation, pendingPosition);
-        if (largestDifference(pending, Eigen::Affine3d::Identity()) >= 1e-7) {
-            undoStack.append(base);
-            base = base * pending;
-            redoStack.clear();
-            pendingPosition.setZero();
-            pendingRotation.setIdentity();
-            log += kModified;
-            logHistory();
-        }
+        if (!loaded)
+            return;
+        positions.clear();
+        for (const bsVector &marker : markers)
+            positions.append(vector(marker));
+        lines.clear();
+        selection.clear();
+        selectedLine = -1;
+        logHistory();
+        addAvailability();
+    }
+
+    Eigen::Affine3d pending() const { return pose(pendingRotation, pendingPosition); }
+
+    /// @return whether there was anything to commit
+    bool commit()
+    {
+        if (largestDifference(pending(), Eigen::Affine3d::Identity()) < 1e-7)
+            return false;
+        undoStack.append(base);
+        base = base * pending();
+        redoStack.clear();
+        pendingPosition.setZero();
+        pendingRotation.setIdentity();
+        log += kModified;
+        logHistory();
+        return true;
+    }
+
+    bool store()
+    {
+        const bool committed = commit();
         log += kStored;
+        return committed;
     }
 
     void step(QVector<Eigen::Affine3d> &from, QVector<Eigen::Affine3d> &to)
@@ -264,6 +288,14 @@ private:
             positions.append(vector(marker));
     }
 };
+
+bool areAt(const QVector<bsMatrix> &stack, const QVector<Eigen::Affine3d> &wanted)
+{
+    return std::equal(stack.begin(), stack.end(), wanted.begin(), wanted.end(),
+                      [](const bsMatrix &entry, const Eigen::Affine3d &wantedEntry) {
+                          return largestDifference(affine(entry), wantedEntry) < 1e-9;
+                      });
+}
 
 QVector<bsVector> randomMarkers(QRandomGenerator &random)
 {
@@ -607,11 +639,11 @@ void tst_GLCanvasEditing::settersNameTheirTargetInStoredCoordinates()
         const int undoCount = canvas.body().undoCount();
         canvas.setBodyPosition(bsVector(origin.x(), origin.y(), origin.z()));
         canvas.setBodyOrientation(fromAffine(pose(rotation, {7, 8, 9})));
-        QVERIFY(largestDifference(drawnAxes(canvas), pose(rotation, origin)) < 1e-7);
+        QVERIFY(largestDifference(drawnAxes(canvas), pose(rotation, origin)) < 1e-9);
         QCOMPARE(canvas.body().undoCount(), undoCount);
         emit canvas.storeBodyRequest();
         QVERIFY(largestDifference(affine(canvas.body().baseMatrix()), pose(rotation, origin)) <
-                1e-7);
+                1e-9);
     }
 }
 
@@ -647,7 +679,7 @@ void tst_GLCanvasEditing::rotateByMatrixTakesHalfTurns()
         const Eigen::Vector3d axis = Eigen::Vector3d(i - 100.0, 50.0, 7.0).normalized();
         const Eigen::Matrix3d halfTurn = Eigen::AngleAxisd(M_PI, axis).toRotationMatrix();
         canvas.rotateBody(fromAffine(pose(halfTurn, {0, 0, 0})));
-        QVERIFY(largestDifference(drawnAxes(canvas), pose(halfTurn, {0, 0, 0})) < 1e-6);
+        QVERIFY(largestDifference(drawnAxes(canvas), pose(halfTurn, {0, 0, 0})) < 1e-9);
     }
 }
 
@@ -1203,9 +1235,12 @@ void tst_GLCanvasEditing::randomEditsAgreeWithAPlainAccount()
     SignalLog log(canvas);
 
     constexpr int kSteps = 12000;
+    int emptyCommits = 0;
+    int exchangesWithHistory = 0;
+    int longestHistory = 0;
     for (int i = 0; i < kSteps; ++i) {
         reference.log.clear();
-        const int action = random.bounded(1000);
+        const int action = random.bounded(1060);
         if (action < 150) {
             const double x = coordinate();
             const double y = coordinate();
@@ -1222,7 +1257,7 @@ void tst_GLCanvasEditing::randomEditsAgreeWithAPlainAccount()
             reference.log += text("body_change", true);
         } else if (action < 480) {
             emit canvas.storeBodyRequest();
-            reference.store();
+            emptyCommits += reference.store() ? 0 : 1;
         } else if (action < 530) {
             canvas.translateBody(0.0, 0.0, 0.0);
             canvas.rotateBody(0.0, 0.0, 0.0);
@@ -1346,21 +1381,53 @@ void tst_GLCanvasEditing::randomEditsAgreeWithAPlainAccount()
                 canvas.setBody(positions, {});
                 reference.load(positions);
             }
-        } else if (random.bounded(4) == 0) {
-            canvas.clearBody();
-            reference.clear();
+        } else if (action < 1000) {
+            if (random.bounded(4) == 0) {
+                canvas.clearBody();
+                reference.clear();
+            }
+        } else if (action < 1020) {
+            const QVector<bsVector> positions = randomMarkers(random);
+            canvas.exchangeMarkers(positions, {});
+            reference.exchange(positions);
+            exchangesWithHistory += reference.undoStack.isEmpty() ? 0 : 1;
+        } else if (action < 1040) {
+            canvas.saveCurrentBody();
+            reference.commit();
+            canvas.saveCurrentBody();
+            emit canvas.storeBodyRequest();
+            reference.log += kStored;
+            ++emptyCommits;
+        } else {
+            // Too little to count; it stays pending.
+            canvas.translateBody(9e-8, -9e-8, 0.0);
+            canvas.rotateBody(0.0, 0.0, 0.0);
+            reference.pendingPosition = {9e-8, -9e-8, 0.0};
+            reference.pendingRotation.setIdentity();
+            reference.log += text("body_change", true);
+            reference.log += text("body_change", true);
+            emit canvas.storeBodyRequest();
+            QVERIFY(!reference.store());
+            ++emptyCommits;
         }
 
         const QByteArray where = QStringLiteral("step %1, action %2").arg(i).arg(action).toUtf8();
         QCOMPARE(log.take(), reference.log);
         const Eigen::Affine3d base = affine(canvas.body().baseMatrix());
-        QVERIFY2(largestDifference(base, reference.base) < 1e-6, where.constData());
-        const Eigen::Affine3d drawn =
-            reference.base * pose(reference.pendingRotation, reference.pendingPosition);
-        QVERIFY2(largestDifference(drawnAxes(canvas), drawn) < 1e-6, where.constData());
+        QVERIFY2(largestDifference(base, reference.base) < 1e-9, where.constData());
+        const Eigen::Affine3d pending = affine(canvas.body().pendingPose().toMatrix());
+        QVERIFY2(largestDifference(pending, reference.pending()) < 1e-9, where.constData());
+        QVERIFY2(largestDifference(drawnAxes(canvas), reference.base * reference.pending()) < 1e-9,
+                 where.constData());
         QVERIFY2(isRotation(base.linear()), where.constData());
+        QVERIFY2(areAt(canvas.body().undoStack(), reference.undoStack), where.constData());
+        QVERIFY2(areAt(canvas.body().redoStack(), reference.redoStack), where.constData());
         QCOMPARE(canvas.body().undoCount(), reference.undoStack.size());
         QCOMPARE(canvas.body().redoCount(), reference.redoStack.size());
+        longestHistory = std::max(longestHistory, reference.undoStack.size());
+        QCOMPARE(canvas.body().markerCount(), reference.positions.size());
+        for (int k = 0; k < reference.positions.size(); ++k)
+            QVERIFY(vector(canvas.body().markers()[k]->position()) == reference.positions[k]);
         QCOMPARE(canvas.isBodyLoaded(), reference.loaded);
         QCOMPARE(canvas.hasUnappliedChanges(), reference.loaded && !reference.undoStack.isEmpty());
         QCOMPARE(canvas.body().lines().size(), reference.lines.size());
@@ -1371,12 +1438,16 @@ void tst_GLCanvasEditing::randomEditsAgreeWithAPlainAccount()
         }
     }
 
+    QVERIFY(emptyCommits > 100);
+    QVERIFY(exchangesWithHistory > 50);
+    QVERIFY(longestHistory > 100);
+
     // The whole history, back to the beginning and forward again.
     const int undoCount = reference.undoStack.size();
     for (int i = 0; i < undoCount; ++i) {
         canvas.undoBody();
         reference.step(reference.undoStack, reference.redoStack);
-        QVERIFY(largestDifference(affine(canvas.body().baseMatrix()), reference.base) < 1e-6);
+        QVERIFY(largestDifference(affine(canvas.body().baseMatrix()), reference.base) < 1e-9);
     }
     QVERIFY(largestDifference(affine(canvas.body().baseMatrix()), Eigen::Affine3d::Identity()) ==
             0.0);
@@ -1384,7 +1455,7 @@ void tst_GLCanvasEditing::randomEditsAgreeWithAPlainAccount()
     for (int i = 0; i < redoCount; ++i) {
         canvas.redoBody();
         reference.step(reference.redoStack, reference.undoStack);
-        QVERIFY(largestDifference(affine(canvas.body().baseMatrix()), reference.base) < 1e-6);
+        QVERIFY(largestDifference(affine(canvas.body().baseMatrix()), reference.base) < 1e-9);
     }
     QCOMPARE(canvas.body().redoCount(), 0);
 }
