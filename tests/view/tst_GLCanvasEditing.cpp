@@ -340,8 +340,12 @@ private slots:
     void axisToMarkers();
     void axisToMarkersNeedsTwoMarkers();
     void axisToMarkersWithEqualAxesDoesNothing();
-    void degenerateAxesStayRotations_data();
-    void degenerateAxesStayRotations();
+    void keptAxisAlongTheMarkersTurnsTheSetAxisByTheShortestWay_data();
+    void keptAxisAlongTheMarkersTurnsTheSetAxisByTheShortestWay();
+    void markersAtOnePlaceTakeTheAxesBackToTheStoredFrame_data();
+    void markersAtOnePlaceTakeTheAxesBackToTheStoredFrame();
+    void dueToBodyOfCollinearMarkersTurnsXByTheShortestWay_data();
+    void dueToBodyOfCollinearMarkersTurnsXByTheShortestWay();
     void parallelAxes();
     void parallelAxesFollowARotationOfFewDecimals_data();
     void parallelAxesFollowARotationOfFewDecimals();
@@ -804,18 +808,73 @@ void tst_GLCanvasEditing::axisToMarkersWithEqualAxesDoesNothing()
     QVERIFY(isAt(canvas, pose(turn(10, 20, 30), {0, 0, 0})));
 }
 
-void tst_GLCanvasEditing::degenerateAxesStayRotations_data()
+void tst_GLCanvasEditing::keptAxisAlongTheMarkersTurnsTheSetAxisByTheShortestWay_data()
 {
+    QTest::addColumn<int>("axisToSet");
+    QTest::addColumn<int>("axisToKeep");
     QTest::addColumn<bsVector>("second");
-    QTest::newRow("two markers at one place") << bsVector(0, 0, 0);
-    QTest::newRow("along x") << bsVector(10, 0, 0);
-    QTest::newRow("along y") << bsVector(0, 10, 0);
-    QTest::newRow("against z") << bsVector(0, 0, -10);
-    QTest::newRow("almost along x") << bsVector(10, 1e-9, 0);
-    QTest::newRow("almost at one place") << bsVector(1e-8, 0, 0);
+    QTest::addColumn<QVector<double>>("quaternion");
+    QTest::addColumn<QVector<double>>("axes");
+    // The first marker is at (0, 0, 0), so the set axis a is the only column of the frame that is
+    // not zero. With the trace a_i of that matrix the quaternion is s (m21 - m12, m02 - m20,
+    // m10 - m01, 1 + a_i), for a unit a across axis i a quarter turn.
+    const double h = std::sqrt(0.5);
+    using Numbers = QVector<double>;
+    QTest::newRow("X along y, Y kept") << 0 << 1 << bsVector(0, 10, 0) << Numbers{0, 0, h, h}
+                                       << Numbers{0, 1, 0, -1, 0, 0, 0, 0, 1};
+    QTest::newRow("X against y, Y kept") << 0 << 1 << bsVector(0, -10, 0) << Numbers{0, 0, -h, h}
+                                         << Numbers{0, -1, 0, 1, 0, 0, 0, 0, 1};
+    QTest::newRow("X along z, Z kept") << 0 << 2 << bsVector(0, 0, 10) << Numbers{0, -h, 0, h}
+                                       << Numbers{0, 0, 1, 0, 1, 0, -1, 0, 0};
+    QTest::newRow("X against z, Z kept") << 0 << 2 << bsVector(0, 0, -10) << Numbers{0, h, 0, h}
+                                         << Numbers{0, 0, -1, 0, 1, 0, 1, 0, 0};
+    QTest::newRow("Y along x, X kept") << 1 << 0 << bsVector(10, 0, 0) << Numbers{0, 0, -h, h}
+                                       << Numbers{0, -1, 0, 1, 0, 0, 0, 0, 1};
+    QTest::newRow("Y along z, Z kept") << 1 << 2 << bsVector(0, 0, 10) << Numbers{h, 0, 0, h}
+                                       << Numbers{1, 0, 0, 0, 0, 1, 0, -1, 0};
+    QTest::newRow("Z along x, X kept") << 2 << 0 << bsVector(10, 0, 0) << Numbers{0, h, 0, h}
+                                       << Numbers{0, 0, -1, 0, 1, 0, 1, 0, 0};
+    QTest::newRow("Z along y, Y kept") << 2 << 1 << bsVector(0, 10, 0) << Numbers{-h, 0, 0, h}
+                                       << Numbers{1, 0, 0, 0, 0, -1, 0, 1, 0};
+    // Off the axis by less than counts as a length.
+    QTest::newRow("Y almost along x, X kept")
+        << 1 << 0 << bsVector(10, 1e-9, 0) << Numbers{0, 0, -h, h}
+        << Numbers{0, -1, 0, 1, 0, 0, 0, 0, 1};
 }
 
-void tst_GLCanvasEditing::degenerateAxesStayRotations()
+void tst_GLCanvasEditing::keptAxisAlongTheMarkersTurnsTheSetAxisByTheShortestWay()
+{
+    QFETCH(int, axisToSet);
+    QFETCH(int, axisToKeep);
+    QFETCH(bsVector, second);
+    QFETCH(QVector<double>, quaternion);
+    QFETCH(QVector<double>, axes);
+    GLCanvas canvas;
+    canvas.setBody({{0, 0, 0}, second, {30, 40, 50}}, {});
+    selectMarkers(canvas, 0, 1);
+    // What is pending is seen before the commit.
+    disconnect(&canvas, &GLCanvas::storeBodyRequest, &canvas, &GLCanvas::saveCurrentBody);
+    canvas.setAxisToMarkers(abcAxis(axisToSet), abcAxis(axisToKeep));
+    const bsQuaternion pending = canvas.body().pendingPose().orientation;
+    QVERIFY(std::fabs(pending.x - quaternion[0]) < 1e-9);
+    QVERIFY(std::fabs(pending.y - quaternion[1]) < 1e-9);
+    QVERIFY(std::fabs(pending.z - quaternion[2]) < 1e-9);
+    QVERIFY(std::fabs(pending.w - quaternion[3]) < 1e-9);
+    canvas.saveCurrentBody();
+    const Eigen::Matrix3d wanted = Eigen::Map<const Eigen::Matrix3d>(axes.constData());
+    QVERIFY(isAt(canvas, pose(wanted, {0, 0, 0})));
+    QCOMPARE(canvas.body().undoCount(), 1);
+}
+
+void tst_GLCanvasEditing::markersAtOnePlaceTakeTheAxesBackToTheStoredFrame_data()
+{
+    QTest::addColumn<bsVector>("second");
+    QTest::newRow("at one place") << bsVector(7, 8, 9);
+    QTest::newRow("nearer than counts as a length") << bsVector(7 + 1e-10, 8, 9 - 1e-10);
+}
+
+/// All columns are zero then, which as a quaternion is no rotation.
+void tst_GLCanvasEditing::markersAtOnePlaceTakeTheAxesBackToTheStoredFrame()
 {
     QFETCH(bsVector, second);
     for (const abcAxis set : {X, Y, Z}) {
@@ -823,14 +882,60 @@ void tst_GLCanvasEditing::degenerateAxesStayRotations()
             if (set == keep)
                 continue;
             GLCanvas canvas;
-            canvas.setBody({{0, 0, 0}, second, {30, 40, 50}}, {});
+            canvas.setBody({{7, 8, 9}, second, {30, 40, 50}}, {});
+            canvas.translateBody(1.0, 2.0, 3.0);
+            canvas.rotateBody(10.0, 20.0, 30.0);
+            emit canvas.storeBodyRequest();
             selectMarkers(canvas, 0, 1);
-            for (int i = 0; i < 3; ++i) {
-                canvas.setAxisToMarkers(set, keep);
-                QVERIFY(isRotation(affine(canvas.body().baseMatrix()).linear()));
-            }
-            QVERIFY(affine(canvas.body().baseMatrix()).translation().norm() == 0.0);
+            canvas.setAxisToMarkers(set, keep);
+            QVERIFY(isAt(canvas, pose(Eigen::Matrix3d::Identity(), {1, 2, 3})));
+            QCOMPARE(canvas.body().undoCount(), 2);
+            canvas.setAxisToMarkers(set, keep);
+            QCOMPARE(canvas.body().undoCount(), 2);
         }
+    }
+}
+
+void tst_GLCanvasEditing::dueToBodyOfCollinearMarkersTurnsXByTheShortestWay_data()
+{
+    QTest::addColumn<QVector<bsVector>>("positions");
+    QTest::addColumn<QVector<double>>("axes");
+    QTest::addColumn<bsVector>("origin");
+    // x := far - origin, y := z := 0, and the quaternion is s (0, -x.z, x.y, 1 + x.x).
+    using Numbers = QVector<double>;
+    QTest::newRow("along z") << QVector<bsVector>{{0, 0, 0}, {0, 0, 100}, {0, 0, 30}}
+                             << Numbers{0, 0, 1, 0, 1, 0, -1, 0, 0} << bsVector(0, 0, 0);
+    QTest::newRow("against z") << QVector<bsVector>{{0, 0, 0}, {0, 0, 100}, {0, 0, 70}}
+                               << Numbers{0, 0, -1, 0, 1, 0, 1, 0, 0} << bsVector(0, 0, 100);
+    QTest::newRow("along y") << QVector<bsVector>{{5, 0, 0}, {5, 30, 0}, {5, 100, 0}}
+                             << Numbers{0, 1, 0, -1, 0, 0, 0, 0, 1} << bsVector(5, 0, 0);
+    QTest::newRow("along x") << QVector<bsVector>{{1, 2, 3}, {101, 2, 3}, {31, 2, 3}}
+                             << Numbers{1, 0, 0, 0, 1, 0, 0, 0, 1} << bsVector(1, 2, 3);
+    // The trace plus one is 0 and m11 is not above m22: a half turn about z.
+    QTest::newRow("against x") << QVector<bsVector>{{1, 2, 3}, {101, 2, 3}, {71, 2, 3}}
+                               << Numbers{-1, 0, 0, 0, -1, 0, 0, 0, 1} << bsVector(101, 2, 3);
+    // x = (0, 0.6, 0.8): the quaternion (0, -0.8, 0.6, 1) / sqrt(2).
+    QTest::newRow("oblique") << QVector<bsVector>{{0, 0, 0}, {0, 18, 24}, {0, 60, 80}}
+                             << Numbers{0, 0.6, 0.8, -0.6, 0.64, -0.48, -0.8, -0.48, 0.36}
+                             << bsVector(0, 0, 0);
+}
+
+void tst_GLCanvasEditing::dueToBodyOfCollinearMarkersTurnsXByTheShortestWay()
+{
+    QFETCH(QVector<bsVector>, positions);
+    QFETCH(QVector<double>, axes);
+    QFETCH(bsVector, origin);
+    const Eigen::Matrix3d wanted = Eigen::Map<const Eigen::Matrix3d>(axes.constData());
+    for (const bool turned : {false, true}) {
+        GLCanvas canvas;
+        canvas.setBody(positions, {});
+        if (turned) {
+            canvas.translateBody(5.0, 6.0, 7.0);
+            canvas.rotateBody(10.0, 20.0, 30.0);
+            emit canvas.storeBodyRequest();
+        }
+        QVERIFY(canvas.dueToBody());
+        QVERIFY(isAt(canvas, pose(wanted, vector(origin))));
     }
 }
 
