@@ -4,6 +4,7 @@
 #include <model/abcMarker.h>
 #include <tests/support/TestMain.h>
 
+#include <QMetaMethod>
 #include <QRandomGenerator>
 #include <QtTest>
 
@@ -88,6 +89,24 @@ void selectMarkers(GLCanvas &canvas, int first, int second = -1)
     canvas.select(canvas.body().markers()[first]);
     if (second >= 0)
         canvas.select(canvas.body().markers()[second]);
+}
+
+/// The canvas's own public methods of a kind that return nothing, as declared:
+/// "rotateBody(bsMatrix) m".
+QStringList ownMethods(QMetaMethod::MethodType type)
+{
+    const QMetaObject &meta = GLCanvas::staticMetaObject;
+    QStringList methods;
+    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
+        const QMetaMethod method = meta.method(i);
+        if (method.methodType() != type || method.access() != QMetaMethod::Public ||
+            method.returnType() != QMetaType::Void)
+            continue;
+        QByteArrayList words = method.parameterNames();
+        words.prepend(method.methodSignature());
+        methods.append(QString::fromLatin1(words.join(' ')));
+    }
+    return methods;
 }
 
 const QVector<bsVector> kRightAngle = {{0, 0, 0}, {100, 0, 0}, {0, 30, 0}};
@@ -367,6 +386,7 @@ private slots:
     void editsWithoutABodyDoNotReachTheNextOne();
     void emissionsAreGivenToTheMarkers();
     void signalsAreDeclaredInOrder();
+    void slotsHaveTheirSignatures();
     void randomEditsAgreeWithAPlainAccount();
     void manyCommitsStayARotation();
 };
@@ -1303,23 +1323,74 @@ void tst_GLCanvasEditing::emissionsAreGivenToTheMarkers()
 
 void tst_GLCanvasEditing::signalsAreDeclaredInOrder()
 {
-    const QMetaObject &meta = GLCanvas::staticMetaObject;
-    QStringList names;
-    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
-        if (meta.method(i).methodType() == QMetaMethod::Signal)
-            names.append(QString::fromLatin1(meta.method(i).methodSignature()));
-    }
-    QCOMPARE(names,
-             QStringList(
-                 {QStringLiteral("translateViewRequest(double,double,double)"),
-                  QStringLiteral("rotateViewRequest(double,double,double)"),
-                  QStringLiteral("storeViewRequest()"), QStringLiteral("bodyModified(bool)"),
-                  QStringLiteral("storeBodyRequest()"), QStringLiteral("canUndo(bool)"),
-                  QStringLiteral("canRedo(bool)"), QStringLiteral("canSetOriginToMarker(bool)"),
-                  QStringLiteral("canSetAxisToMarkers(bool)"),
-                  QStringLiteral("canSetParallelAxes(bool)"), QStringLiteral("body_change(bool)"),
-                  QStringLiteral("is_online(bool)"), QStringLiteral("canIntroduceLine(bool)"),
-                  QStringLiteral("canDeleteLine(bool)"), QStringLiteral("canDeleteMarker()")}));
+    QVERIFY(GLCanvas::staticMetaObject.superClass() == &QGLWidget::staticMetaObject);
+    QCOMPARE(ownMethods(QMetaMethod::Signal),
+             QStringList({QStringLiteral("translateViewRequest(double,double,double) x y z"),
+                          QStringLiteral("rotateViewRequest(double,double,double) x y z"),
+                          QStringLiteral("storeViewRequest()"),
+                          QStringLiteral("bodyModified(bool) bodyModified"),
+                          QStringLiteral("storeBodyRequest()"),
+                          QStringLiteral("canUndo(bool) enableUndo"),
+                          QStringLiteral("canRedo(bool) enableRedo"),
+                          QStringLiteral("canSetOriginToMarker(bool) enableSetOriginToMarker"),
+                          QStringLiteral("canSetAxisToMarkers(bool) enableSetAxisToMarkers"),
+                          QStringLiteral("canSetParallelAxes(bool) enableSetParallelAxes"),
+                          QStringLiteral("body_change(bool) can_apply"),
+                          QStringLiteral("is_online(bool) online"),
+                          QStringLiteral("canIntroduceLine(bool) enableIntroduceLine"),
+                          QStringLiteral("canDeleteLine(bool) enableDeleteLine"),
+                          QStringLiteral("canDeleteMarker()")}));
+}
+
+void tst_GLCanvasEditing::slotsHaveTheirSignatures()
+{
+    QStringList expected = {
+        // The camera.
+        QStringLiteral("saveCurrentView()"),
+        QStringLiteral("rotateView(double,double,double) x y z"),
+        QStringLiteral("translateView(double,double,double) x y z"),
+        QStringLiteral("setViewOrientation(bsMatrix) m"),
+        QStringLiteral("setViewPosition(bsVector) position"),
+        QStringLiteral("transformView(bsMatrix) m"),
+        QStringLiteral("rotateViewBegin()"),
+        QStringLiteral("rotateViewEnd()"),
+        // The body's coordinate system.
+        QStringLiteral("rotateBody(double,double,double) x y z"),
+        QStringLiteral("translateBody(double,double,double) x y z"),
+        QStringLiteral("rotateBody(bsMatrix) m"),
+        QStringLiteral("setBodyOrientation(bsMatrix) m"),
+        QStringLiteral("setBodyPosition(bsVector) v"),
+        QStringLiteral("saveCurrentBody()"),
+        QStringLiteral("undoBody()"),
+        QStringLiteral("redoBody()"),
+        QStringLiteral("undo()"),
+        QStringLiteral("redo()"),
+        QStringLiteral("setOriginToMarker()"),
+        QStringLiteral("setAxisToMarkers(abcAxis,abcAxis) axisToSet axisToKeep"),
+        QStringLiteral("setParallelAxes()"),
+        QStringLiteral("set_origin_to_cog()"),
+        // Lines.
+        QStringLiteral("introduceLine()"),
+        QStringLiteral("deleteLine()"),
+        // What is shown.
+        QStringLiteral("showSmallMarkers(bool) showSmall"),
+        QStringLiteral("showColoredMarkers(bool) showColored"),
+        QStringLiteral("showMarkerEmissions(bool) show_emissions"),
+        QStringLiteral("showLongAxes(bool) longAxes"),
+        QStringLiteral("setLongAxesFactor(double) longAxesFactor"),
+        QStringLiteral("showCOG(bool) showCog"),
+        QStringLiteral("showXYGrid(bool) showXY"),
+        QStringLiteral("showYZGrid(bool) showYZ"),
+        QStringLiteral("showXZGrid(bool) showXZ"),
+        QStringLiteral("setXYGridColor(QColor&) XYColor"),
+        QStringLiteral("setYZGridColor(QColor&) YZColor"),
+        QStringLiteral("setXZGridColor(QColor&) XZColor"),
+    };
+    QStringList found = ownMethods(QMetaMethod::Slot);
+    expected.sort();
+    found.sort();
+    QCOMPARE(found, expected);
+    QVERIFY(ownMethods(QMetaMethod::Method).isEmpty());
 }
 
 void tst_GLCanvasEditing::randomEditsAgreeWithAPlainAccount()
