@@ -103,6 +103,10 @@ public:
     void redo();
     int undoCount() const { return m_undoStack.size(); }
     int redoCount() const { return m_redoStack.size(); }
+    /// Earlier base matrices, newest last.
+    const QVector<bsMatrix> &undoStack() const { return m_undoStack; }
+    /// Base matrices that were undone, newest last.
+    const QVector<bsMatrix> &redoStack() const { return m_redoStack; }
     /// The undo stack never grows beyond a limit other than 0.
     void setHistoryLimit(quint32 limit) { m_historyLimit = limit; }
 

@@ -2,7 +2,7 @@
 #include "CommandChannel.h"
 #include "VersionCheck.h"
 
-#include <model/bsPose.h>
+#include <model/CoordinateOperations.h>
 
 #include <algorithm>
 #include <array>
@@ -25,11 +25,7 @@ BodyWriter::BodyWriter(CommandChannel *channel, const BackendVersions *versions)
 bool BodyWriter::writeTransform(const QString &type, int number, const bsMatrix &transform,
                                 bool *confirmed)
 {
-    // The way through a quaternion makes the rotation orthonormal again.
-    const bsMatrix rigid = bsPose::fromMatrix(transform, 0.0).toMatrix();
-    const double *m = rigid.m;
-    const std::array<double, 12> numbers = {m[12], m[13], m[14], m[0], m[1], m[2],
-                                            m[4],  m[5],  m[6],  m[8], m[9], m[10]};
+    const std::array<double, 12> numbers = CoordinateOperations::transformNumbers(transform);
     const CommandChannel::Reply reply = m_channel->transformBody(type, number, numbers);
     if (!reply.isOk())
         m_channel->postError("Error: Unable to set body transformation");

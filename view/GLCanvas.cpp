@@ -43,6 +43,16 @@ bool isFinite(const bsMatrix &matrix)
                        [](double element) { return std::isfinite(element); });
 }
 
+bool areIdentical(const bsVector &a, const bsVector &b)
+{
+    return a.x == b.x && a.y == b.y && a.z == b.z;
+}
+
+bool areIdentical(const bsMatrix &a, const bsMatrix &b)
+{
+    return std::equal(std::begin(a.m), std::end(a.m), std::begin(b.m));
+}
+
 bool isMarker(const abcObject *object)
 {
     return object->type() == abcObject::MarkerType;
@@ -163,15 +173,20 @@ void GLCanvas::setTrackedPose(const bsMatrix &rotation, const bsVector &position
 {
     if (!isOnline())
         return;
+    bool changed = tracked != m_tracked;
     m_tracked = tracked;
     if (tracked) {
         // Of a rotation near half a turn the few decimals of a data line would leave no more than
         // a rough quaternion.
-        m_roomMatrix = rotation;
-        m_roomMatrix.orthonormalizeRotation();
+        bsMatrix roomMatrix = rotation;
+        roomMatrix.orthonormalizeRotation();
+        changed = changed || !areIdentical(roomMatrix, m_roomMatrix) ||
+                  !areIdentical(position, m_roomPosition);
+        m_roomMatrix = roomMatrix;
         m_roomPosition = position;
     }
-    update();
+    if (changed)
+        update();
 }
 
 void GLCanvas::setRoomAxesVisible(bool visible)
@@ -571,6 +586,12 @@ void GLCanvas::initializeGL()
 
 void GLCanvas::resizeGL(int width, int height)
 {
+    setViewport(width, height);
+    update();
+}
+
+void GLCanvas::setViewport(int width, int height)
+{
     m_viewportWidth = width;
     m_viewportHeight = height == 0 ? 1 : height;
     glViewport(0, 0, m_viewportWidth, m_viewportHeight);
@@ -580,11 +601,21 @@ void GLCanvas::resizeGL(int width, int height)
                    m_nearPlane, m_farPlane);
     glMatrixMode(GL_MODELVIEW);
     glLoadIdentity();
-    update();
+}
+
+void GLCanvas::fitViewport()
+{
+    // A window that moves to a screen of another pixel ratio may keep its size in widget pixels,
+    // and then nothing announces the new one in device pixels. One pixel may be mere rounding.
+    const double width = this->width() * devicePixelRatioF();
+    const double height = this->height() * devicePixelRatioF();
+    if (std::fabs(width - m_viewportWidth) > 1.0 || std::fabs(height - m_viewportHeight) > 1.0)
+        setViewport(static_cast<int>(width), static_cast<int>(height));
 }
 
 void GLCanvas::paintGL()
 {
+    fitViewport();
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     glPushMatrix();
     multiplyViewTransform();
@@ -652,6 +683,7 @@ const abcObject *GLCanvas::pick(const QPoint &point)
     if (!isValid())
         return nullptr;
     makeCurrent();
+    fitViewport();
 
     std::array<GLuint, 512> buffer{};
     glSelectBuffer(static_cast<GLsizei>(buffer.size()), buffer.data());

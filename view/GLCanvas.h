@@ -156,6 +156,10 @@ protected:
 private:
     enum DragMode { NoDrag = 0, PanDrag = 1, ZoomDrag = 2, RotateDrag = 3 };
 
+    /// Takes the size of the picture in device pixels.
+    void setViewport(int width, int height);
+    /// Sets the viewport anew if the widget now covers another number of device pixels.
+    void fitViewport();
     /// From scene coordinates (body in the stored frame) into eye coordinates, in three steps.
     void multiplyViewTransform() const;
     void multiplyRoomMatrix() const;

@@ -196,10 +196,16 @@ public:
     const Eigen::Matrix4d &base() const { return m_states[static_cast<size_t>(m_place)]; }
     int undoCount() const { return m_place; }
     int redoCount() const { return static_cast<int>(m_states.size()) - 1 - m_place; }
+    /// What undoing @p steps times leads to, counted from 1; negative for redoing.
+    const Eigen::Matrix4d &state(int steps) const
+    {
+        return m_states[static_cast<size_t>(m_place - steps)];
+    }
+    Eigen::Matrix4d pending() const { return Oracle::rigid(rotation, position); }
 
     bool commit()
     {
-        const Eigen::Matrix4d change = Oracle::rigid(rotation, position);
+        const Eigen::Matrix4d change = pending();
         if (!change.allFinite()) {
             resetPending();
             return false;
@@ -260,13 +266,13 @@ private:
 void tst_abcBody::signalsAreInOrder()
 {
     const QMetaObject &meta = abcBody::staticMetaObject;
+    QVERIFY(meta.superClass() == &QObject::staticMetaObject);
     QList<QByteArray> found;
     QList<QByteArray> names;
     for (int index = meta.methodOffset(); index < meta.methodCount(); ++index) {
-        if (meta.method(index).methodType() == QMetaMethod::Signal) {
-            found.append(meta.method(index).methodSignature());
-            names += meta.method(index).parameterNames();
-        }
+        QCOMPARE(meta.method(index).methodType(), QMetaMethod::Signal);
+        found.append(meta.method(index).methodSignature());
+        names += meta.method(index).parameterNames();
     }
     QCOMPARE(found, (QList<QByteArray>{"bodyModified(bool)", "bodyLoaded(bool)"}));
     QCOMPARE(names, (QList<QByteArray>{"modified", "loaded"}));
@@ -1144,13 +1150,22 @@ void tst_abcBody::randomEditsFollowTheReference()
                 [&loadedHeard](bool loaded) { loadedHeard.append(loaded); });
         bool wasModified = false;
         int effectiveCommits = 0;
+        int emptyCommits = 0;
+        int longestHistory = 0;
+        QVector<bsVector> corners = kCorners;
+        const auto isAt = [](const bsMatrix &matrix, const Eigen::Matrix4d &wanted) {
+            const Eigen::Matrix4d difference = Oracle::matrix(matrix) - wanted;
+            return Oracle::rotation(difference).cwiseAbs().maxCoeff() < 1e-11 &&
+                   Oracle::translation(difference).cwiseAbs().maxCoeff() < 1e-9 &&
+                   difference.row(3).cwiseAbs().maxCoeff() == 0.0;
+        };
 
         for (int step = 0; step < 15000; ++step) {
             modifiedHeard.clear();
             loadedHeard.clear();
             bool changed = false;
             bool reloaded = false;
-            const int action = random.integer(0, 1000);
+            const int action = random.integer(0, 1040);
             if (action < 200) {
                 reference.position = random.vector(50.0);
                 body.setPendingPosition(Oracle::vector(reference.position));
@@ -1178,17 +1193,32 @@ void tst_abcBody::randomEditsFollowTheReference()
             } else if (action < 750) {
                 changed = reference.commit();
                 QCOMPARE(body.saveCurrentBody(), changed);
-                effectiveCommits += changed ? 1 : 0;
+                ++(changed ? effectiveCommits : emptyCommits);
             } else if (action < 900) {
                 changed = reference.undo();
                 body.undo();
             } else if (action < 998) {
                 changed = reference.redo();
                 body.redo();
-            } else {
+            } else if (action <= 1000) {
                 reloaded = true;
                 reference.restart();
-                QVERIFY(body.loadMarkers(kCorners));
+                corners = kCorners;
+                QVERIFY(body.loadMarkers(corners));
+            } else if (action < 1020) {
+                body.addLine(new abcLine(body.markers()[0], body.markers()[1]));
+                corners = {Oracle::vector(random.vector(100.0)), bsVector(1.0, 2.0, 3.0),
+                           Oracle::vector(random.vector(100.0))};
+                body.exchangeMarkers(corners);
+                QVERIFY(body.lines().isEmpty());
+            } else {
+                // The wheels at zero.
+                reference.position.setZero();
+                reference.rotation.setIdentity();
+                body.setPendingPosition(bsVector());
+                body.setPendingOrientation(bsQuaternion::fromEuler(0.0, 0.0, 0.0));
+                QVERIFY(!body.saveCurrentBody());
+                ++emptyCommits;
             }
 
             wasModified = reloaded ? false : (wasModified || changed);
@@ -1199,11 +1229,31 @@ void tst_abcBody::randomEditsFollowTheReference()
             QCOMPARE(loadedHeard, reloaded ? (QVector<bool>{false, true}) : QVector<bool>());
             QCOMPARE(body.undoCount(), reference.undoCount());
             QCOMPARE(body.redoCount(), reference.redoCount());
-            const Eigen::Matrix4d difference = Oracle::matrix(body.baseMatrix()) - reference.base();
-            QVERIFY(Oracle::rotation(difference).cwiseAbs().maxCoeff() < 1e-11);
-            QVERIFY(Oracle::translation(difference).cwiseAbs().maxCoeff() < 1e-8);
+            QVERIFY(isAt(body.baseMatrix(), reference.base()));
+            QCOMPARE(body.undoStack().size(), reference.undoCount());
+            for (int back = 1; back <= reference.undoCount(); ++back) {
+                const bsMatrix &entry = body.undoStack()[reference.undoCount() - back];
+                QVERIFY(isAt(entry, reference.state(back)));
+            }
+            QCOMPARE(body.redoStack().size(), reference.redoCount());
+            for (int forth = 1; forth <= reference.redoCount(); ++forth) {
+                const bsMatrix &entry = body.redoStack()[reference.redoCount() - forth];
+                QVERIFY(isAt(entry, reference.state(-forth)));
+            }
+            longestHistory = std::max(longestHistory, reference.undoCount());
+            // What is drawn beside the base matrix.
+            if (reference.pending().allFinite())
+                QVERIFY(isAt(body.pendingPose().toMatrix(), reference.pending()));
+            else
+                QVERIFY(std::isnan(body.pendingPose().position.x));
+            const QVector<bsVector> positions = body.markerPositions();
+            QCOMPARE(positions.size(), corners.size());
+            for (int marker = 0; marker < corners.size(); ++marker)
+                QCOMPARE((positions[marker] - corners[marker]).length(), 0.0);
         }
         QVERIFY(effectiveCommits > 1000);
+        QVERIFY(emptyCommits > 100);
+        QVERIFY(limit != 0 ? longestHistory == limit : longestHistory > 20);
     }
 }
 

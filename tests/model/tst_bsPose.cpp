@@ -13,6 +13,7 @@ private slots:
     void fromMatrixTakesColumnAndSpare();
     void toMatrixHoldsRotationAndPosition();
     void roundTripAgreesWithEigen();
+    void rotationsNearHalfATurnKeepTheirDigits();
     void copiesCarryTheSpare();
     void copiesPassThroughTheMatrix_data();
     void copiesPassThroughTheMatrix();
@@ -68,6 +69,22 @@ void tst_bsPose::roundTripAgreesWithEigen()
         const Eigen::Matrix4d matrix = random.rigid(1000.0);
         const bsPose pose = bsPose::fromMatrix(Oracle::matrix(matrix), 0.0);
         QVERIFY(Oracle::distance(pose.toMatrix(), matrix) < 1e-10);
+    }
+}
+
+void tst_bsPose::rotationsNearHalfATurnKeepTheirDigits()
+{
+    Oracle::Random random(testSeed());
+    for (int round = 0; round < 5000; ++round) {
+        const double offDeg = std::pow(10.0, random.number(-8.0, 1.0));
+        const Eigen::Matrix4d matrix =
+            Oracle::rigid(Oracle::turn(180.0 - offDeg, random.vector(1.0)), random.vector(100.0));
+        const bsPose pose = bsPose::fromMatrix(Oracle::matrix(matrix), 0.0);
+        const bsPose copied(pose);
+        QVERIFY2(Oracle::distance(pose.toMatrix(), matrix) < 1e-9,
+                 qPrintable(QString::number(offDeg)));
+        QVERIFY2(Oracle::distance(copied.toMatrix(), matrix) < 1e-9,
+                 qPrintable(QString::number(offDeg)));
     }
 }
 

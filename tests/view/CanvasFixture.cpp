@@ -208,6 +208,12 @@ QStringList SignalLog::take()
     return lines;
 }
 
+void CountedCanvas::paintGL()
+{
+    ++frames;
+    GLCanvas::paintGL();
+}
+
 PaintCounter::PaintCounter(QWidget &widget)
 {
     widget.installEventFilter(this);

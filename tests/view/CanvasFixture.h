@@ -72,6 +72,18 @@ private:
     QStringList m_lines;
 };
 
+/// Counts its frames, also those drawn directly: QGLWidget::updateGL() sends no paint event.
+class CountedCanvas : public GLCanvas {
+    Q_OBJECT
+
+public:
+    using GLCanvas::GLCanvas;
+    int frames = 0;
+
+protected:
+    void paintGL() override;
+};
+
 /// Counts the paint events that a widget gets.
 class PaintCounter : public QObject {
     Q_OBJECT

@@ -4,9 +4,11 @@
 #include <model/abcMarker.h>
 #include <tests/support/TestMain.h>
 
+#include <QMetaMethod>
 #include <QRandomGenerator>
 #include <QtTest>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
@@ -89,6 +91,24 @@ void selectMarkers(GLCanvas &canvas, int first, int second = -1)
         canvas.select(canvas.body().markers()[second]);
 }
 
+/// The canvas's own public methods of a kind that return nothing, as declared:
+/// "rotateBody(bsMatrix) m".
+QStringList ownMethods(QMetaMethod::MethodType type)
+{
+    const QMetaObject &meta = GLCanvas::staticMetaObject;
+    QStringList methods;
+    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
+        const QMetaMethod method = meta.method(i);
+        if (method.methodType() != type || method.access() != QMetaMethod::Public ||
+            method.returnType() != QMetaType::Void)
+            continue;
+        QByteArrayList words = method.parameterNames();
+        words.prepend(method.methodSignature());
+        methods.append(QString::fromLatin1(words.join(' ')));
+    }
+    return methods;
+}
+
 const QVector<bsVector> kRightAngle = {{0, 0, 0}, {100, 0, 0}, {0, 30, 0}};
 const QVector<bsVector> kTetrahedron = {{0, 0, 0}, {100, 0, 0}, {0, 100, 0}, {0, 0, 100}};
 
@@ -121,19 +141,42 @@ public:
 
     void logHistory() { log += history(!undoStack.isEmpty(), !redoStack.isEmpty()); }
 
-    void store()
+    void exchange(const QVector<bsVector> &markers)
     {
-        const Eigen::Affine3d pending = pose(pendingRotation, pendingPosition);
-        if (largestDifference(pending, Eigen::Affine3d::Identity()) >= 1e-7) {
-            undoStack.append(base);
-            base = base * pending;
-            redoStack.clear();
-            pendingPosition.setZero();
-            pendingRotation.setIdentity();
-            log += kModified;
-            logHistory();
-        }
+        if (!loaded)
+            return;
+        positions.clear();
+        for (const bsVector &marker : markers)
+            positions.append(vector(marker));
+        lines.clear();
+        selection.clear();
+        selectedLine = -1;
+        logHistory();
+        addAvailability();
+    }
+
+    Eigen::Affine3d pending() const { return pose(pendingRotation, pendingPosition); }
+
+    /// @return whether there was anything to commit
+    bool commit()
+    {
+        if (largestDifference(pending(), Eigen::Affine3d::Identity()) < 1e-7)
+            return false;
+        undoStack.append(base);
+        base = base * pending();
+        redoStack.clear();
+        pendingPosition.setZero();
+        pendingRotation.setIdentity();
+        log += kModified;
+        logHistory();
+        return true;
+    }
+
+    bool store()
+    {
+        const bool committed = commit();
         log += kStored;
+        return committed;
     }
 
     void step(QVector<Eigen::Affine3d> &from, QVector<Eigen::Affine3d> &to)
@@ -265,6 +308,14 @@ private:
     }
 };
 
+bool areAt(const QVector<bsMatrix> &stack, const QVector<Eigen::Affine3d> &wanted)
+{
+    return std::equal(stack.begin(), stack.end(), wanted.begin(), wanted.end(),
+                      [](const bsMatrix &entry, const Eigen::Affine3d &wantedEntry) {
+                          return largestDifference(affine(entry), wantedEntry) < 1e-9;
+                      });
+}
+
 QVector<bsVector> randomMarkers(QRandomGenerator &random)
 {
     const auto coordinate = [&random] { return random.generateDouble() * 200.0 - 100.0; };
@@ -308,8 +359,12 @@ private slots:
     void axisToMarkers();
     void axisToMarkersNeedsTwoMarkers();
     void axisToMarkersWithEqualAxesDoesNothing();
-    void degenerateAxesStayRotations_data();
-    void degenerateAxesStayRotations();
+    void keptAxisAlongTheMarkersTurnsTheSetAxisByTheShortestWay_data();
+    void keptAxisAlongTheMarkersTurnsTheSetAxisByTheShortestWay();
+    void markersAtOnePlaceTakeTheAxesBackToTheStoredFrame_data();
+    void markersAtOnePlaceTakeTheAxesBackToTheStoredFrame();
+    void dueToBodyOfCollinearMarkersTurnsXByTheShortestWay_data();
+    void dueToBodyOfCollinearMarkersTurnsXByTheShortestWay();
     void parallelAxes();
     void parallelAxesFollowARotationOfFewDecimals_data();
     void parallelAxesFollowARotationOfFewDecimals();
@@ -335,6 +390,7 @@ private slots:
     void exchangeSignals();
     void withoutABodyThereIsNothingToExchange();
     void signalsAreDeclaredInOrder();
+    void slotsHaveTheirSignatures();
     void randomEditsAgreeWithAPlainAccount();
     void manyCommitsStayARotation();
 };
@@ -611,11 +667,11 @@ void tst_GLCanvasEditing::settersNameTheirTargetInStoredCoordinates()
         const int undoCount = canvas.body().undoCount();
         canvas.setBodyPosition(bsVector(origin.x(), origin.y(), origin.z()));
         canvas.setBodyOrientation(fromAffine(pose(rotation, {7, 8, 9})));
-        QVERIFY(largestDifference(drawnAxes(canvas), pose(rotation, origin)) < 1e-7);
+        QVERIFY(largestDifference(drawnAxes(canvas), pose(rotation, origin)) < 1e-9);
         QCOMPARE(canvas.body().undoCount(), undoCount);
         emit canvas.storeBodyRequest();
         QVERIFY(largestDifference(affine(canvas.body().baseMatrix()), pose(rotation, origin)) <
-                1e-7);
+                1e-9);
     }
 }
 
@@ -651,7 +707,7 @@ void tst_GLCanvasEditing::rotateByMatrixTakesHalfTurns()
         const Eigen::Vector3d axis = Eigen::Vector3d(i - 100.0, 50.0, 7.0).normalized();
         const Eigen::Matrix3d halfTurn = Eigen::AngleAxisd(M_PI, axis).toRotationMatrix();
         canvas.rotateBody(fromAffine(pose(halfTurn, {0, 0, 0})));
-        QVERIFY(largestDifference(drawnAxes(canvas), pose(halfTurn, {0, 0, 0})) < 1e-6);
+        QVERIFY(largestDifference(drawnAxes(canvas), pose(halfTurn, {0, 0, 0})) < 1e-9);
     }
 }
 
@@ -776,18 +832,73 @@ void tst_GLCanvasEditing::axisToMarkersWithEqualAxesDoesNothing()
     QVERIFY(isAt(canvas, pose(turn(10, 20, 30), {0, 0, 0})));
 }
 
-void tst_GLCanvasEditing::degenerateAxesStayRotations_data()
+void tst_GLCanvasEditing::keptAxisAlongTheMarkersTurnsTheSetAxisByTheShortestWay_data()
 {
+    QTest::addColumn<int>("axisToSet");
+    QTest::addColumn<int>("axisToKeep");
     QTest::addColumn<bsVector>("second");
-    QTest::newRow("two markers at one place") << bsVector(0, 0, 0);
-    QTest::newRow("along x") << bsVector(10, 0, 0);
-    QTest::newRow("along y") << bsVector(0, 10, 0);
-    QTest::newRow("against z") << bsVector(0, 0, -10);
-    QTest::newRow("almost along x") << bsVector(10, 1e-9, 0);
-    QTest::newRow("almost at one place") << bsVector(1e-8, 0, 0);
+    QTest::addColumn<QVector<double>>("quaternion");
+    QTest::addColumn<QVector<double>>("axes");
+    // The first marker is at (0, 0, 0), so the set axis a is the only column of the frame that is
+    // not zero. With the trace a_i of that matrix the quaternion is s (m21 - m12, m02 - m20,
+    // m10 - m01, 1 + a_i), for a unit a across axis i a quarter turn.
+    const double h = std::sqrt(0.5);
+    using Numbers = QVector<double>;
+    QTest::newRow("X along y, Y kept") << 0 << 1 << bsVector(0, 10, 0) << Numbers{0, 0, h, h}
+                                       << Numbers{0, 1, 0, -1, 0, 0, 0, 0, 1};
+    QTest::newRow("X against y, Y kept") << 0 << 1 << bsVector(0, -10, 0) << Numbers{0, 0, -h, h}
+                                         << Numbers{0, -1, 0, 1, 0, 0, 0, 0, 1};
+    QTest::newRow("X along z, Z kept") << 0 << 2 << bsVector(0, 0, 10) << Numbers{0, -h, 0, h}
+                                       << Numbers{0, 0, 1, 0, 1, 0, -1, 0, 0};
+    QTest::newRow("X against z, Z kept") << 0 << 2 << bsVector(0, 0, -10) << Numbers{0, h, 0, h}
+                                         << Numbers{0, 0, -1, 0, 1, 0, 1, 0, 0};
+    QTest::newRow("Y along x, X kept") << 1 << 0 << bsVector(10, 0, 0) << Numbers{0, 0, -h, h}
+                                       << Numbers{0, -1, 0, 1, 0, 0, 0, 0, 1};
+    QTest::newRow("Y along z, Z kept") << 1 << 2 << bsVector(0, 0, 10) << Numbers{h, 0, 0, h}
+                                       << Numbers{1, 0, 0, 0, 0, 1, 0, -1, 0};
+    QTest::newRow("Z along x, X kept") << 2 << 0 << bsVector(10, 0, 0) << Numbers{0, h, 0, h}
+                                       << Numbers{0, 0, -1, 0, 1, 0, 1, 0, 0};
+    QTest::newRow("Z along y, Y kept") << 2 << 1 << bsVector(0, 10, 0) << Numbers{-h, 0, 0, h}
+                                       << Numbers{1, 0, 0, 0, 0, -1, 0, 1, 0};
+    // Off the axis by less than counts as a length.
+    QTest::newRow("Y almost along x, X kept")
+        << 1 << 0 << bsVector(10, 1e-9, 0) << Numbers{0, 0, -h, h}
+        << Numbers{0, -1, 0, 1, 0, 0, 0, 0, 1};
 }
 
-void tst_GLCanvasEditing::degenerateAxesStayRotations()
+void tst_GLCanvasEditing::keptAxisAlongTheMarkersTurnsTheSetAxisByTheShortestWay()
+{
+    QFETCH(int, axisToSet);
+    QFETCH(int, axisToKeep);
+    QFETCH(bsVector, second);
+    QFETCH(QVector<double>, quaternion);
+    QFETCH(QVector<double>, axes);
+    GLCanvas canvas;
+    canvas.setBody({{0, 0, 0}, second, {30, 40, 50}}, {});
+    selectMarkers(canvas, 0, 1);
+    // What is pending is seen before the commit.
+    disconnect(&canvas, &GLCanvas::storeBodyRequest, &canvas, &GLCanvas::saveCurrentBody);
+    canvas.setAxisToMarkers(abcAxis(axisToSet), abcAxis(axisToKeep));
+    const bsQuaternion pending = canvas.body().pendingPose().orientation;
+    QVERIFY(std::fabs(pending.x - quaternion[0]) < 1e-9);
+    QVERIFY(std::fabs(pending.y - quaternion[1]) < 1e-9);
+    QVERIFY(std::fabs(pending.z - quaternion[2]) < 1e-9);
+    QVERIFY(std::fabs(pending.w - quaternion[3]) < 1e-9);
+    canvas.saveCurrentBody();
+    const Eigen::Matrix3d wanted = Eigen::Map<const Eigen::Matrix3d>(axes.constData());
+    QVERIFY(isAt(canvas, pose(wanted, {0, 0, 0})));
+    QCOMPARE(canvas.body().undoCount(), 1);
+}
+
+void tst_GLCanvasEditing::markersAtOnePlaceTakeTheAxesBackToTheStoredFrame_data()
+{
+    QTest::addColumn<bsVector>("second");
+    QTest::newRow("at one place") << bsVector(7, 8, 9);
+    QTest::newRow("nearer than counts as a length") << bsVector(7 + 1e-10, 8, 9 - 1e-10);
+}
+
+/// All columns are zero then, which as a quaternion is no rotation.
+void tst_GLCanvasEditing::markersAtOnePlaceTakeTheAxesBackToTheStoredFrame()
 {
     QFETCH(bsVector, second);
     for (const abcAxis set : {X, Y, Z}) {
@@ -795,14 +906,60 @@ void tst_GLCanvasEditing::degenerateAxesStayRotations()
             if (set == keep)
                 continue;
             GLCanvas canvas;
-            canvas.setBody({{0, 0, 0}, second, {30, 40, 50}}, {});
+            canvas.setBody({{7, 8, 9}, second, {30, 40, 50}}, {});
+            canvas.translateBody(1.0, 2.0, 3.0);
+            canvas.rotateBody(10.0, 20.0, 30.0);
+            emit canvas.storeBodyRequest();
             selectMarkers(canvas, 0, 1);
-            for (int i = 0; i < 3; ++i) {
-                canvas.setAxisToMarkers(set, keep);
-                QVERIFY(isRotation(affine(canvas.body().baseMatrix()).linear()));
-            }
-            QVERIFY(affine(canvas.body().baseMatrix()).translation().norm() == 0.0);
+            canvas.setAxisToMarkers(set, keep);
+            QVERIFY(isAt(canvas, pose(Eigen::Matrix3d::Identity(), {1, 2, 3})));
+            QCOMPARE(canvas.body().undoCount(), 2);
+            canvas.setAxisToMarkers(set, keep);
+            QCOMPARE(canvas.body().undoCount(), 2);
         }
+    }
+}
+
+void tst_GLCanvasEditing::dueToBodyOfCollinearMarkersTurnsXByTheShortestWay_data()
+{
+    QTest::addColumn<QVector<bsVector>>("positions");
+    QTest::addColumn<QVector<double>>("axes");
+    QTest::addColumn<bsVector>("origin");
+    // x := far - origin, y := z := 0, and the quaternion is s (0, -x.z, x.y, 1 + x.x).
+    using Numbers = QVector<double>;
+    QTest::newRow("along z") << QVector<bsVector>{{0, 0, 0}, {0, 0, 100}, {0, 0, 30}}
+                             << Numbers{0, 0, 1, 0, 1, 0, -1, 0, 0} << bsVector(0, 0, 0);
+    QTest::newRow("against z") << QVector<bsVector>{{0, 0, 0}, {0, 0, 100}, {0, 0, 70}}
+                               << Numbers{0, 0, -1, 0, 1, 0, 1, 0, 0} << bsVector(0, 0, 100);
+    QTest::newRow("along y") << QVector<bsVector>{{5, 0, 0}, {5, 30, 0}, {5, 100, 0}}
+                             << Numbers{0, 1, 0, -1, 0, 0, 0, 0, 1} << bsVector(5, 0, 0);
+    QTest::newRow("along x") << QVector<bsVector>{{1, 2, 3}, {101, 2, 3}, {31, 2, 3}}
+                             << Numbers{1, 0, 0, 0, 1, 0, 0, 0, 1} << bsVector(1, 2, 3);
+    // The trace plus one is 0 and m11 is not above m22: a half turn about z.
+    QTest::newRow("against x") << QVector<bsVector>{{1, 2, 3}, {101, 2, 3}, {71, 2, 3}}
+                               << Numbers{-1, 0, 0, 0, -1, 0, 0, 0, 1} << bsVector(101, 2, 3);
+    // x = (0, 0.6, 0.8): the quaternion (0, -0.8, 0.6, 1) / sqrt(2).
+    QTest::newRow("oblique") << QVector<bsVector>{{0, 0, 0}, {0, 18, 24}, {0, 60, 80}}
+                             << Numbers{0, 0.6, 0.8, -0.6, 0.64, -0.48, -0.8, -0.48, 0.36}
+                             << bsVector(0, 0, 0);
+}
+
+void tst_GLCanvasEditing::dueToBodyOfCollinearMarkersTurnsXByTheShortestWay()
+{
+    QFETCH(QVector<bsVector>, positions);
+    QFETCH(QVector<double>, axes);
+    QFETCH(bsVector, origin);
+    const Eigen::Matrix3d wanted = Eigen::Map<const Eigen::Matrix3d>(axes.constData());
+    for (const bool turned : {false, true}) {
+        GLCanvas canvas;
+        canvas.setBody(positions, {});
+        if (turned) {
+            canvas.translateBody(5.0, 6.0, 7.0);
+            canvas.rotateBody(10.0, 20.0, 30.0);
+            emit canvas.storeBodyRequest();
+        }
+        QVERIFY(canvas.dueToBody());
+        QVERIFY(isAt(canvas, pose(wanted, vector(origin))));
     }
 }
 
@@ -1264,23 +1421,74 @@ void tst_GLCanvasEditing::withoutABodyThereIsNothingToExchange()
 
 void tst_GLCanvasEditing::signalsAreDeclaredInOrder()
 {
-    const QMetaObject &meta = GLCanvas::staticMetaObject;
-    QStringList names;
-    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
-        if (meta.method(i).methodType() == QMetaMethod::Signal)
-            names.append(QString::fromLatin1(meta.method(i).methodSignature()));
-    }
-    QCOMPARE(names,
-             QStringList(
-                 {QStringLiteral("translateViewRequest(double,double,double)"),
-                  QStringLiteral("rotateViewRequest(double,double,double)"),
-                  QStringLiteral("storeViewRequest()"), QStringLiteral("bodyModified(bool)"),
-                  QStringLiteral("storeBodyRequest()"), QStringLiteral("canUndo(bool)"),
-                  QStringLiteral("canRedo(bool)"), QStringLiteral("canSetOriginToMarker(bool)"),
-                  QStringLiteral("canSetAxisToMarkers(bool)"),
-                  QStringLiteral("canSetParallelAxes(bool)"), QStringLiteral("body_change(bool)"),
-                  QStringLiteral("is_online(bool)"), QStringLiteral("canIntroduceLine(bool)"),
-                  QStringLiteral("canDeleteLine(bool)"), QStringLiteral("canDeleteMarker()")}));
+    QVERIFY(GLCanvas::staticMetaObject.superClass() == &QGLWidget::staticMetaObject);
+    QCOMPARE(ownMethods(QMetaMethod::Signal),
+             QStringList({QStringLiteral("translateViewRequest(double,double,double) x y z"),
+                          QStringLiteral("rotateViewRequest(double,double,double) x y z"),
+                          QStringLiteral("storeViewRequest()"),
+                          QStringLiteral("bodyModified(bool) bodyModified"),
+                          QStringLiteral("storeBodyRequest()"),
+                          QStringLiteral("canUndo(bool) enableUndo"),
+                          QStringLiteral("canRedo(bool) enableRedo"),
+                          QStringLiteral("canSetOriginToMarker(bool) enableSetOriginToMarker"),
+                          QStringLiteral("canSetAxisToMarkers(bool) enableSetAxisToMarkers"),
+                          QStringLiteral("canSetParallelAxes(bool) enableSetParallelAxes"),
+                          QStringLiteral("body_change(bool) can_apply"),
+                          QStringLiteral("is_online(bool) online"),
+                          QStringLiteral("canIntroduceLine(bool) enableIntroduceLine"),
+                          QStringLiteral("canDeleteLine(bool) enableDeleteLine"),
+                          QStringLiteral("canDeleteMarker()")}));
+}
+
+void tst_GLCanvasEditing::slotsHaveTheirSignatures()
+{
+    QStringList expected = {
+        // The camera.
+        QStringLiteral("saveCurrentView()"),
+        QStringLiteral("rotateView(double,double,double) x y z"),
+        QStringLiteral("translateView(double,double,double) x y z"),
+        QStringLiteral("setViewOrientation(bsMatrix) m"),
+        QStringLiteral("setViewPosition(bsVector) position"),
+        QStringLiteral("transformView(bsMatrix) m"),
+        QStringLiteral("rotateViewBegin()"),
+        QStringLiteral("rotateViewEnd()"),
+        // The body's coordinate system.
+        QStringLiteral("rotateBody(double,double,double) x y z"),
+        QStringLiteral("translateBody(double,double,double) x y z"),
+        QStringLiteral("rotateBody(bsMatrix) m"),
+        QStringLiteral("setBodyOrientation(bsMatrix) m"),
+        QStringLiteral("setBodyPosition(bsVector) v"),
+        QStringLiteral("saveCurrentBody()"),
+        QStringLiteral("undoBody()"),
+        QStringLiteral("redoBody()"),
+        QStringLiteral("undo()"),
+        QStringLiteral("redo()"),
+        QStringLiteral("setOriginToMarker()"),
+        QStringLiteral("setAxisToMarkers(abcAxis,abcAxis) axisToSet axisToKeep"),
+        QStringLiteral("setParallelAxes()"),
+        QStringLiteral("set_origin_to_cog()"),
+        // Lines.
+        QStringLiteral("introduceLine()"),
+        QStringLiteral("deleteLine()"),
+        // What is shown.
+        QStringLiteral("showSmallMarkers(bool) showSmall"),
+        QStringLiteral("showColoredMarkers(bool) showColored"),
+        QStringLiteral("showMarkerEmissions(bool) show_emissions"),
+        QStringLiteral("showLongAxes(bool) longAxes"),
+        QStringLiteral("setLongAxesFactor(double) longAxesFactor"),
+        QStringLiteral("showCOG(bool) showCog"),
+        QStringLiteral("showXYGrid(bool) showXY"),
+        QStringLiteral("showYZGrid(bool) showYZ"),
+        QStringLiteral("showXZGrid(bool) showXZ"),
+        QStringLiteral("setXYGridColor(QColor&) XYColor"),
+        QStringLiteral("setYZGridColor(QColor&) YZColor"),
+        QStringLiteral("setXZGridColor(QColor&) XZColor"),
+    };
+    QStringList found = ownMethods(QMetaMethod::Slot);
+    expected.sort();
+    found.sort();
+    QCOMPARE(found, expected);
+    QVERIFY(ownMethods(QMetaMethod::Method).isEmpty());
 }
 
 void tst_GLCanvasEditing::randomEditsAgreeWithAPlainAccount()
@@ -1301,9 +1509,12 @@ void tst_GLCanvasEditing::randomEditsAgreeWithAPlainAccount()
     SignalLog log(canvas);
 
     constexpr int kSteps = 12000;
+    int emptyCommits = 0;
+    int exchangesWithHistory = 0;
+    int longestHistory = 0;
     for (int i = 0; i < kSteps; ++i) {
         reference.log.clear();
-        const int action = random.bounded(1000);
+        const int action = random.bounded(1060);
         if (action < 150) {
             const double x = coordinate();
             const double y = coordinate();
@@ -1320,7 +1531,7 @@ void tst_GLCanvasEditing::randomEditsAgreeWithAPlainAccount()
             reference.log += text("body_change", true);
         } else if (action < 480) {
             emit canvas.storeBodyRequest();
-            reference.store();
+            emptyCommits += reference.store() ? 0 : 1;
         } else if (action < 530) {
             canvas.translateBody(0.0, 0.0, 0.0);
             canvas.rotateBody(0.0, 0.0, 0.0);
@@ -1444,21 +1655,53 @@ void tst_GLCanvasEditing::randomEditsAgreeWithAPlainAccount()
                 canvas.setBody(positions, {});
                 reference.load(positions);
             }
-        } else if (random.bounded(4) == 0) {
-            canvas.clearBody();
-            reference.clear();
+        } else if (action < 1000) {
+            if (random.bounded(4) == 0) {
+                canvas.clearBody();
+                reference.clear();
+            }
+        } else if (action < 1020) {
+            const QVector<bsVector> positions = randomMarkers(random);
+            canvas.exchangeMarkers(positions, {});
+            reference.exchange(positions);
+            exchangesWithHistory += reference.undoStack.isEmpty() ? 0 : 1;
+        } else if (action < 1040) {
+            canvas.saveCurrentBody();
+            reference.commit();
+            canvas.saveCurrentBody();
+            emit canvas.storeBodyRequest();
+            reference.log += kStored;
+            ++emptyCommits;
+        } else {
+            // Too little to count; it stays pending.
+            canvas.translateBody(9e-8, -9e-8, 0.0);
+            canvas.rotateBody(0.0, 0.0, 0.0);
+            reference.pendingPosition = {9e-8, -9e-8, 0.0};
+            reference.pendingRotation.setIdentity();
+            reference.log += text("body_change", true);
+            reference.log += text("body_change", true);
+            emit canvas.storeBodyRequest();
+            QVERIFY(!reference.store());
+            ++emptyCommits;
         }
 
         const QByteArray where = QStringLiteral("step %1, action %2").arg(i).arg(action).toUtf8();
         QCOMPARE(log.take(), reference.log);
         const Eigen::Affine3d base = affine(canvas.body().baseMatrix());
-        QVERIFY2(largestDifference(base, reference.base) < 1e-6, where.constData());
-        const Eigen::Affine3d drawn =
-            reference.base * pose(reference.pendingRotation, reference.pendingPosition);
-        QVERIFY2(largestDifference(drawnAxes(canvas), drawn) < 1e-6, where.constData());
+        QVERIFY2(largestDifference(base, reference.base) < 1e-9, where.constData());
+        const Eigen::Affine3d pending = affine(canvas.body().pendingPose().toMatrix());
+        QVERIFY2(largestDifference(pending, reference.pending()) < 1e-9, where.constData());
+        QVERIFY2(largestDifference(drawnAxes(canvas), reference.base * reference.pending()) < 1e-9,
+                 where.constData());
         QVERIFY2(isRotation(base.linear()), where.constData());
+        QVERIFY2(areAt(canvas.body().undoStack(), reference.undoStack), where.constData());
+        QVERIFY2(areAt(canvas.body().redoStack(), reference.redoStack), where.constData());
         QCOMPARE(canvas.body().undoCount(), reference.undoStack.size());
         QCOMPARE(canvas.body().redoCount(), reference.redoStack.size());
+        longestHistory = std::max(longestHistory, reference.undoStack.size());
+        QCOMPARE(canvas.body().markerCount(), reference.positions.size());
+        for (int k = 0; k < reference.positions.size(); ++k)
+            QVERIFY(vector(canvas.body().markers()[k]->position()) == reference.positions[k]);
         QCOMPARE(canvas.isBodyLoaded(), reference.loaded);
         QCOMPARE(canvas.hasUnappliedChanges(), reference.loaded && !reference.undoStack.isEmpty());
         QCOMPARE(canvas.body().lines().size(), reference.lines.size());
@@ -1469,12 +1712,16 @@ void tst_GLCanvasEditing::randomEditsAgreeWithAPlainAccount()
         }
     }
 
+    QVERIFY(emptyCommits > 100);
+    QVERIFY(exchangesWithHistory > 50);
+    QVERIFY(longestHistory > 100);
+
     // The whole history, back to the beginning and forward again.
     const int undoCount = reference.undoStack.size();
     for (int i = 0; i < undoCount; ++i) {
         canvas.undoBody();
         reference.step(reference.undoStack, reference.redoStack);
-        QVERIFY(largestDifference(affine(canvas.body().baseMatrix()), reference.base) < 1e-6);
+        QVERIFY(largestDifference(affine(canvas.body().baseMatrix()), reference.base) < 1e-9);
     }
     QVERIFY(largestDifference(affine(canvas.body().baseMatrix()), Eigen::Affine3d::Identity()) ==
             0.0);
@@ -1482,7 +1729,7 @@ void tst_GLCanvasEditing::randomEditsAgreeWithAPlainAccount()
     for (int i = 0; i < redoCount; ++i) {
         canvas.redoBody();
         reference.step(reference.redoStack, reference.undoStack);
-        QVERIFY(largestDifference(affine(canvas.body().baseMatrix()), reference.base) < 1e-6);
+        QVERIFY(largestDifference(affine(canvas.body().baseMatrix()), reference.base) < 1e-9);
     }
     QCOMPARE(canvas.body().redoCount(), 0);
 }

@@ -3,6 +3,8 @@
 #include <tests/support/TestMain.h>
 
 #include <QAction>
+#include <QApplication>
+#include <QDialog>
 #include <QMenu>
 #include <QTimer>
 #include <QWheelEvent>
@@ -30,9 +32,10 @@ const Eigen::Matrix3d kStraight = Eigen::Matrix3d::Identity();
 
 /// A canvas with a body, wired as its window wires it: each store request makes the view the
 /// reference of the next edit.
-class NavigatedCanvas : public GLCanvas {
+class NavigatedCanvas : public CountedCanvas {
 public:
-    NavigatedCanvas()
+    explicit NavigatedCanvas(QWidget *parent = nullptr)
+        : CountedCanvas(parent)
     {
         setBody(sixMarkers(), {});
         connect(this, &GLCanvas::storeViewRequest, this, &GLCanvas::saveCurrentView);
@@ -74,7 +77,52 @@ public:
     int stores = 0;
 };
 
+/// A dialog with a canvas in it, shown. Like every dialog with a help text it answers a
+/// context-menu event that nobody below takes by a popup of its own.
+class DialogWithCanvas : public QDialog {
+public:
+    DialogWithCanvas()
+        : canvas(new NavigatedCanvas(this))
+    {
+        setWhatsThis(QStringLiteral("help"));
+        canvas->setGeometry(33, 57, 501, 403);
+        canvas->setSuspended(false);
+        resize(600, 500);
+    }
+
+    bool show()
+    {
+        QDialog::show();
+        return QTest::qWaitForWindowExposed(this) &&
+               QTest::qWaitFor([this] { return canvas->frames > 0; });
+    }
+
+    NavigatedCanvas *const canvas; ///< a child
+};
+
+/// Writes down each menu that pops up, and closes it.
+class PopupLog : public QObject {
+public:
+    PopupLog() { qApp->installEventFilter(this); }
+    QVector<const QObject *> popups;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        auto *menu = qobject_cast<QMenu *>(watched);
+        if (menu && event->type() == QEvent::Show) {
+            popups.append(menu);
+            QTimer::singleShot(0, menu, &QMenu::close);
+        }
+        return QObject::eventFilter(watched, event);
+    }
+};
+
 } // namespace
+
+Q_DECLARE_METATYPE(Qt::MouseButton)
+Q_DECLARE_METATYPE(Qt::KeyboardModifier)
+Q_DECLARE_METATYPE(Eigen::Affine3d)
 
 class tst_GLCanvasNavigation : public QObject {
     Q_OBJECT
@@ -97,6 +145,7 @@ private slots:
     void moveAfterAPlainPressStartsFromThere();
     void dragWithoutBodyChangesNothing();
     void dragOnASuspendedCanvasChangesNothing();
+    void oneRepaintForEachMove_data();
     void oneRepaintForEachMove();
     void ctrlWheelMovesTheCamera_data();
     void ctrlWheelMovesTheCamera();
@@ -112,7 +161,9 @@ private slots:
     void endOfTheSuspensionResetsTheParkedViews();
     void rightClickOpensTheMenuWhereItWasPressed();
     void rightClickWithCtrlOpensNoMenu();
-    void rightPressAsksTheWindowForNoMenu();
+    void dragInsideADialogOpensNoPopup_data();
+    void dragInsideADialogOpensNoPopup();
+    void rightClickInsideADialogOpensOnlyTheCanvassMenu();
     void rightClickWithoutMenuIsSafe();
     void deletedMenuIsForgotten();
     void menuEndsADrag();
@@ -374,33 +425,49 @@ void tst_GLCanvasNavigation::dragOnASuspendedCanvasChangesNothing()
     canvas.release(Qt::LeftButton, QPoint(80, 90));
 }
 
+void tst_GLCanvasNavigation::oneRepaintForEachMove_data()
+{
+    QTest::addColumn<Qt::MouseButton>("button");
+    QTest::addColumn<Qt::KeyboardModifier>("modifier");
+    QTest::newRow("pan") << Qt::LeftButton << Qt::ControlModifier;
+    QTest::newRow("zoom") << Qt::LeftButton << Qt::ShiftModifier;
+    QTest::newRow("rotate") << Qt::RightButton << Qt::ControlModifier;
+}
+
 void tst_GLCanvasNavigation::oneRepaintForEachMove()
 {
+    QFETCH(Qt::MouseButton, button);
+    QFETCH(Qt::KeyboardModifier, modifier);
     NavigatedCanvas canvas;
     QVERIFY(showCanvas(canvas));
-    canvas.press(Qt::RightButton, Qt::ControlModifier, QPoint(50, 50));
+    canvas.press(button, modifier, QPoint(50, 50));
     QCoreApplication::processEvents();
-    for (int i = 1; i <= 5; ++i) {
-        PaintCounter paints(canvas);
-        QMouseEvent event(QEvent::MouseMove, QPointF(50 + 3 * i, 50), Qt::NoButton, Qt::RightButton,
-                          Qt::ControlModifier);
+    const auto moveTo = [&](const QPoint &point) {
+        QMouseEvent event(QEvent::MouseMove, point, Qt::NoButton, button, modifier);
         QCoreApplication::sendEvent(&canvas, &event);
-        QCOMPARE(paints.count, 0);
-        QTRY_COMPARE(paints.count, 1);
+    };
+    for (int i = 1; i <= 5; ++i) {
+        const Eigen::Matrix4d before = affine(canvas.camera().matrix()).matrix();
+        canvas.frames = 0;
+        moveTo(QPoint(50 + 3 * i, 50 + i));
+        QVERIFY(affine(canvas.camera().matrix()).matrix() != before);
+        QCOMPARE(canvas.frames, 0);
+        QTRY_COMPARE(canvas.frames, 1);
         QCoreApplication::processEvents();
-        QCOMPARE(paints.count, 1);
+        QCOMPARE(canvas.frames, 1);
     }
     // Moves that arrive together are drawn once.
-    PaintCounter paints(canvas);
-    for (int i = 1; i <= 50; ++i) {
-        QMouseEvent event(QEvent::MouseMove, QPointF(65 + 3 * i, 50), Qt::NoButton, Qt::RightButton,
-                          Qt::ControlModifier);
-        QCoreApplication::sendEvent(&canvas, &event);
-    }
-    QTRY_COMPARE(paints.count, 1);
+    canvas.frames = 0;
+    for (int i = 1; i <= 50; ++i)
+        moveTo(QPoint(65 + 3 * i, 55 + i));
+    QCOMPARE(canvas.frames, 0);
+    QTRY_COMPARE(canvas.frames, 1);
     QCoreApplication::processEvents();
-    QCOMPARE(paints.count, 1);
-    canvas.release(Qt::RightButton, QPoint(200, 50));
+    QCOMPARE(canvas.frames, 1);
+    canvas.frames = 0;
+    canvas.release(button, QPoint(200, 50));
+    QCoreApplication::processEvents();
+    QCOMPARE(canvas.frames, 1);
 }
 
 void tst_GLCanvasNavigation::ctrlWheelMovesTheCamera_data()
@@ -610,29 +677,52 @@ void tst_GLCanvasNavigation::rightClickWithCtrlOpensNoMenu()
     QCOMPARE(shown.size(), 0);
 }
 
-void tst_GLCanvasNavigation::rightPressAsksTheWindowForNoMenu()
+void tst_GLCanvasNavigation::dragInsideADialogOpensNoPopup_data()
 {
-    // A dialog would answer with its "What's This?".
-    class Window : public QWidget {
-    public:
-        int asked = 0;
+    QTest::addColumn<Qt::MouseButton>("button");
+    QTest::addColumn<Qt::KeyboardModifier>("modifier");
+    QTest::addColumn<Eigen::Affine3d>("view");
+    QTest::newRow("pan") << Qt::LeftButton << Qt::ControlModifier << pose(kStraight, 30, -20, -300);
+    QTest::newRow("zoom") << Qt::LeftButton << Qt::ShiftModifier << pose(kStraight, 0, 0, -280);
+    QTest::newRow("rotate") << Qt::RightButton << Qt::ControlModifier
+                            << pose(turn(20, 30, 0), 0, 0, -300);
+}
 
-    protected:
-        void contextMenuEvent(QContextMenuEvent *) override { ++asked; }
-    };
-    Window window;
-    window.resize(400, 300);
-    auto *canvas = new GLCanvas(&window);
-    canvas->resize(400, 300);
-    canvas->setBody(sixMarkers(), {});
-    window.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
-    for (const Qt::KeyboardModifier modifier : {Qt::NoModifier, Qt::ControlModifier}) {
-        QTest::mousePress(window.windowHandle(), Qt::RightButton, modifier, QPoint(120, 130));
-        QCOMPARE(canvas->isDragging(), modifier == Qt::ControlModifier);
-        QTest::mouseRelease(window.windowHandle(), Qt::RightButton, modifier, QPoint(120, 130));
-        QCOMPARE(window.asked, 0);
-    }
+void tst_GLCanvasNavigation::dragInsideADialogOpensNoPopup()
+{
+    QFETCH(Qt::MouseButton, button);
+    QFETCH(Qt::KeyboardModifier, modifier);
+    QFETCH(Eigen::Affine3d, view);
+    DialogWithCanvas dialog;
+    QVERIFY(dialog.show());
+    QMenu menu;
+    menu.addAction(QStringLiteral("entry"));
+    dialog.canvas->setContextMenu(&menu);
+    const PopupLog log;
+    dialog.canvas->press(button, modifier, QPoint(100, 100));
+    QVERIFY(dialog.canvas->isDragging());
+    dialog.canvas->move(QPoint(130, 120));
+    QVERIFY(dialog.canvas->isViewAt(view));
+    dialog.canvas->release(button, QPoint(130, 120));
+    QVERIFY(!dialog.canvas->isDragging());
+    QVERIFY(dialog.canvas->isViewAt(view));
+    QCoreApplication::processEvents();
+    QCOMPARE(log.popups.size(), 0);
+}
+
+void tst_GLCanvasNavigation::rightClickInsideADialogOpensOnlyTheCanvassMenu()
+{
+    DialogWithCanvas dialog;
+    QVERIFY(dialog.show());
+    QMenu menu;
+    menu.addAction(QStringLiteral("entry"));
+    dialog.canvas->setContextMenu(&menu);
+    const PopupLog log;
+    QTest::mouseClick(dialog.canvas->windowHandle(), Qt::RightButton, Qt::NoModifier,
+                      QPoint(120, 130));
+    QCoreApplication::processEvents();
+    QCOMPARE(log.popups, QVector<const QObject *>{&menu});
+    QVERIFY(dialog.canvas->isViewAt(pose(kStraight, 0, 0, -300)));
 }
 
 void tst_GLCanvasNavigation::rightClickWithoutMenuIsSafe()

@@ -76,6 +76,29 @@ void checkEveryMarker(GLCanvas &canvas, const QVector<bsVector> &positions,
     }
 }
 
+/// A canvas that the window system may call, or move to a screen of another pixel ratio.
+class MovedCanvas : public GLCanvas {
+public:
+    using GLCanvas::resizeGL;
+    double ratioOfTheNewScreen = 0.0; ///< 0: still on the old one
+
+protected:
+    int metric(PaintDeviceMetric which) const override
+    {
+        if (which == PdmDevicePixelRatioScaled && ratioOfTheNewScreen > 0.0)
+            return static_cast<int>(ratioOfTheNewScreen * devicePixelRatioFScale());
+        return GLCanvas::metric(which);
+    }
+};
+
+QSize viewportSize(GLCanvas &canvas)
+{
+    canvas.makeCurrent();
+    std::array<GLint, 4> viewport{};
+    glGetIntegerv(GL_VIEWPORT, viewport.data());
+    return QSize(viewport[2], viewport[3]);
+}
+
 /// A marker at the pivot and two far to the sides.
 const QVector<bsVector> kMarkerAtPivot = {{0.0, 0.0, 0.0}, {500.0, 0.0, 0.0}, {-500.0, 0.0, 0.0}};
 
@@ -89,6 +112,11 @@ private slots:
     void everyMarkerIsHit_data();
     void everyMarkerIsHit();
     void everyMarkerIsHitAfterAResize();
+    void edgesOfAMarkerAreHitWhateverTheProportions_data();
+    void edgesOfAMarkerAreHitWhateverTheProportions();
+    void everyMarkerIsHitOnAScreenOfAnotherRatio_data();
+    void everyMarkerIsHitOnAScreenOfAnotherRatio();
+    void staleSizeIsMendedBeforePickingAndPainting();
     void everyMarkerIsHitWithATurnedCamera();
     void everyMarkerIsHitInEachModesCamera();
     void everyMarkerIsHitInsideAWindow();
@@ -158,6 +186,96 @@ void tst_GLCanvasPicking::everyMarkerIsHitAfterAResize()
         if (QTest::currentTestFailed())
             return;
     }
+}
+
+void tst_GLCanvasPicking::edgesOfAMarkerAreHitWhateverTheProportions_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<double>("x");
+    QTest::newRow("wide") << QSize(700, 210) << 150.0;
+    QTest::newRow("tall") << QSize(210, 560) << 38.0;
+    QTest::newRow("square") << QSize(400, 400) << 80.0;
+}
+
+void tst_GLCanvasPicking::edgesOfAMarkerAreHitWhateverTheProportions()
+{
+    QFETCH(QSize, size);
+    QFETCH(double, x);
+    GLCanvas canvas;
+    canvas.setBody({{-x, 0.0, 0.0}, {x, 0.0, 0.0}}, {});
+    QVERIFY(showCanvas(canvas));
+    canvas.resize(size);
+    QTRY_COMPARE(canvas.size(), size);
+    // Where the lines of sight touch the sphere of radius 10.
+    const Projection projection(size);
+    const double middle = std::atan(x / 300.0);
+    const double half = std::asin(10.0 / std::hypot(x, 300.0));
+    const double centreX = size.width() / 2.0;
+    const double outer = projection.pixels(300.0 * std::tan(middle + half), 300.0);
+    const double inner = projection.pixels(300.0 * std::tan(middle - half), 300.0);
+    const double y = size.height() / 2.0;
+    for (const int side : {-1, 1}) {
+        const QString marker = side < 0 ? QStringLiteral("marker 0") : QStringLiteral("marker 1");
+        const QString nothing = QStringLiteral("nothing");
+        QCOMPARE(picked(canvas, {centreX + side * (outer + 1.0), y}), marker);
+        QCOMPARE(picked(canvas, {centreX + side * (inner - 1.0), y}), marker);
+        QCOMPARE(picked(canvas, {centreX + side * (outer + 4.0), y}), nothing);
+        QCOMPARE(picked(canvas, {centreX + side * (inner - 4.0), y}), nothing);
+    }
+}
+
+void tst_GLCanvasPicking::everyMarkerIsHitOnAScreenOfAnotherRatio_data()
+{
+    QTest::addColumn<double>("factor");
+    QTest::addColumn<bool>("painted");
+    QTest::newRow("twice the ratio, painted there") << 2.0 << true;
+    QTest::newRow("twice the ratio, not painted yet") << 2.0 << false;
+    QTest::newRow("half the ratio, painted there") << 0.5 << true;
+    QTest::newRow("half the ratio, not painted yet") << 0.5 << false;
+}
+
+void tst_GLCanvasPicking::everyMarkerIsHitOnAScreenOfAnotherRatio()
+{
+    QFETCH(double, factor);
+    QFETCH(bool, painted);
+    MovedCanvas canvas;
+    canvas.setBody(twentyMarkers(), {});
+    canvas.showSmallMarkers(true);
+    QVERIFY(showCanvas(canvas));
+    // The widget keeps its size, so nothing resizes the picture.
+    canvas.ratioOfTheNewScreen = factor * canvas.devicePixelRatioF();
+    const QSize wanted = (QSizeF(canvas.size()) * canvas.ratioOfTheNewScreen).toSize();
+    if (painted) {
+        canvas.updateGL();
+        QCOMPARE(viewportSize(canvas), wanted);
+    }
+    Projection projection(canvas.size());
+    projection.pivot = centre(twentyMarkers());
+    checkEveryMarker(canvas, twentyMarkers(), projection);
+    QCOMPARE(viewportSize(canvas), wanted);
+}
+
+void tst_GLCanvasPicking::staleSizeIsMendedBeforePickingAndPainting()
+{
+    MovedCanvas canvas;
+    canvas.setBody(twentyMarkers(), {});
+    QVERIFY(showCanvas(canvas));
+    const QImage before = picture(canvas);
+    const QSize size = viewportSize(canvas);
+    QCOMPARE(size, before.size());
+    Projection projection(canvas.size());
+    projection.pivot = centre(twentyMarkers());
+    const auto makeStale = [&] {
+        canvas.makeCurrent();
+        canvas.resizeGL(size.width() / 2, size.height() * 2);
+        QVERIFY(viewportSize(canvas) != size);
+    };
+    makeStale();
+    QCOMPARE(picked(canvas, projection.point(twentyMarkers()[19])), QStringLiteral("marker 19"));
+    QCOMPARE(viewportSize(canvas), size);
+    makeStale();
+    QCOMPARE(picture(canvas), before);
+    QCOMPARE(viewportSize(canvas), size);
 }
 
 void tst_GLCanvasPicking::everyMarkerIsHitWithATurnedCamera()

@@ -5,8 +5,10 @@
 #include <tests/support/TestMain.h>
 
 #include <QGuiApplication>
+#include <QMouseEvent>
 #include <QScreen>
 #include <QVBoxLayout>
+#include <QWheelEvent>
 #include <QtTest>
 
 #include <GL/gl.h>
@@ -26,6 +28,14 @@ class OpenCanvas : public GLCanvas {
 public:
     using GLCanvas::resizeGL;
 };
+
+void sendMouse(GLCanvas &canvas, QEvent::Type type, const QPoint &point, Qt::MouseButton button,
+               Qt::KeyboardModifiers modifiers)
+{
+    const Qt::MouseButtons held = type == QEvent::MouseButtonRelease ? Qt::NoButton : button;
+    QMouseEvent event(type, point, button, held, modifiers);
+    QCoreApplication::sendEvent(&canvas, &event);
+}
 
 bool isNear(const QColor &colour, const QColor &wanted, int tolerance = 2)
 {
@@ -129,6 +139,7 @@ private slots:
     void paintingLeavesTheStacksAndNoError();
     void everyChangeAsksForOneQueuedRepaint_data();
     void everyChangeAsksForOneQueuedRepaint();
+    void trackedPoseRepaintsOnlyWhenItChanged();
     void transformViewAndStoringTheViewDoNotRepaint();
     void deletedLineDisappears();
 };
@@ -1072,6 +1083,7 @@ void tst_GLCanvasPicture::everyChangeAsksForOneQueuedRepaint_data()
     QTest::addColumn<Change>("change");
     const auto row = [](const char *name, const Change &change) { QTest::newRow(name) << change; };
     row("setBody", [](GLCanvas &c) { c.setBody(twentyMarkers(), {}); });
+    row("exchangeMarkers", [](GLCanvas &c) { c.exchangeMarkers(twentyMarkers(), {}); });
     row("setBody without markers", [](GLCanvas &c) { c.setBody({}, {}); });
     row("clearBody", [](GLCanvas &c) { c.clearBody(); });
     row("setAllEmissions", [](GLCanvas &c) { c.setAllEmissions(0.0, 0.0, 1.0, 10.0); });
@@ -1116,6 +1128,10 @@ void tst_GLCanvasPicture::everyChangeAsksForOneQueuedRepaint_data()
         c.select(c.body().lines()[0]);
         c.deleteLine();
     });
+    row("setParallelAxes", [](GLCanvas &c) {
+        c.setOnline(true);
+        c.setParallelAxes();
+    });
     row("showSmallMarkers", [](GLCanvas &c) { c.showSmallMarkers(true); });
     row("showColoredMarkers", [](GLCanvas &c) { c.showColoredMarkers(true); });
     row("showMarkerEmissions", [](GLCanvas &c) { c.showMarkerEmissions(false); });
@@ -1137,38 +1153,78 @@ void tst_GLCanvasPicture::everyChangeAsksForOneQueuedRepaint_data()
         QColor colour(Qt::red);
         c.setXZGridColor(colour);
     });
+    row("click", [](GLCanvas &c) {
+        sendMouse(c, QEvent::MouseButtonPress, QPoint(5, 5), Qt::LeftButton, Qt::NoModifier);
+    });
+    row("Ctrl and wheel", [](GLCanvas &c) {
+        const QPointF place(100.0, 100.0);
+        QWheelEvent event(place, place, QPoint(), QPoint(0, 120), Qt::NoButton, Qt::ControlModifier,
+                          Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(&c, &event);
+    });
+    row("release after a drag", [](GLCanvas &c) {
+        sendMouse(c, QEvent::MouseButtonPress, QPoint(5, 5), Qt::LeftButton, Qt::ControlModifier);
+        sendMouse(c, QEvent::MouseButtonRelease, QPoint(5, 5), Qt::LeftButton, Qt::NoModifier);
+    });
 }
 
 void tst_GLCanvasPicture::everyChangeAsksForOneQueuedRepaint()
 {
     QFETCH(std::function<void(GLCanvas &)>, change);
-    GLCanvas canvas;
+    CountedCanvas canvas;
     canvas.setBody(sixMarkers(), {});
     canvas.select(canvas.body().markers()[0]);
     canvas.select(canvas.body().markers()[1]);
     QVERIFY(showCanvas(canvas));
     QCoreApplication::processEvents();
-    PaintCounter paints(canvas);
+    canvas.frames = 0;
     change(canvas);
-    QCOMPARE(paints.count, 0);
-    QTRY_COMPARE(paints.count, 1);
+    QCOMPARE(canvas.frames, 0);
+    QTRY_COMPARE(canvas.frames, 1);
     QCoreApplication::processEvents();
-    QCOMPARE(paints.count, 1);
+    QCOMPARE(canvas.frames, 1);
+}
+
+void tst_GLCanvasPicture::trackedPoseRepaintsOnlyWhenItChanged()
+{
+    CountedCanvas canvas;
+    canvas.setBody(sixMarkers(), {});
+    QVERIFY(showCanvas(canvas));
+    canvas.setOnline(true);
+    QTRY_VERIFY(canvas.frames > 0);
+    QCoreApplication::processEvents();
+    const bsMatrix rotation = fromAffine(turn(30.0, Eigen::Vector3d::UnitX()));
+    const auto framesAfter = [&](const bsMatrix &matrix, const bsVector &position, bool tracked) {
+        canvas.frames = 0;
+        canvas.setTrackedPose(matrix, position, tracked);
+        const int direct = canvas.frames;
+        QCoreApplication::processEvents();
+        return direct == 0 ? canvas.frames : -1;
+    };
+    QCOMPARE(framesAfter(rotation, bsVector(1, 2, 3), true), 1);
+    QCOMPARE(framesAfter(rotation, bsVector(1, 2, 3), true), 0);
+    QCOMPARE(framesAfter(rotation, bsVector(1, 2, 4), true), 1);
+    QCOMPARE(framesAfter(rotation, bsVector(1, 2, 4), false), 1);
+    // What an untracked body is said to do is not followed.
+    QCOMPARE(framesAfter(bsMatrix::identity(), bsVector(), false), 0);
+    QCOMPARE(framesAfter(rotation, bsVector(1, 2, 4), true), 1);
+    QCOMPARE(framesAfter(bsMatrix::identity(), bsVector(1, 2, 4), true), 1);
+    QCOMPARE(framesAfter(bsMatrix::identity(), bsVector(1, 2, 4), true), 0);
 }
 
 void tst_GLCanvasPicture::transformViewAndStoringTheViewDoNotRepaint()
 {
-    GLCanvas canvas;
+    CountedCanvas canvas;
     canvas.setBody(sixMarkers(), {});
     QVERIFY(showCanvas(canvas));
     QCoreApplication::processEvents();
-    PaintCounter paints(canvas);
+    canvas.frames = 0;
     canvas.transformView(fromAffine(turn(10.0, Eigen::Vector3d::UnitX())));
     canvas.saveCurrentView();
     QCoreApplication::processEvents();
-    QCOMPARE(paints.count, 0);
+    QCOMPARE(canvas.frames, 0);
     canvas.showCOG(true);
-    QTRY_COMPARE(paints.count, 1);
+    QTRY_COMPARE(canvas.frames, 1);
 }
 
 void tst_GLCanvasPicture::deletedLineDisappears()
