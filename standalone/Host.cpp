@@ -44,9 +44,8 @@ bool Host::start(QString *error)
         return false;
     m_window = std::make_unique<MainWindow>();
     connectParts();
-    if (waitForController()) {
-        greetController();
-    } else if (!m_options.demoFolder.isEmpty()) {
+    const bool answers = waitForController() && greetController();
+    if (!answers && !m_options.demoFolder.isEmpty()) {
         *error = tr("The controller at %1:%2 cannot be reached: %3.")
                      .arg(m_connection.host())
                      .arg(m_connection.port())
@@ -182,7 +181,7 @@ void Host::connectParts()
     connect(m_window.get(), &MainWindow::closed, this, [] { QCoreApplication::quit(); });
 }
 
-void Host::greetController()
+bool Host::greetController()
 {
     m_greeted = m_connection.connectCount();
     const QHostAddress local = m_connection.localAddress();
@@ -191,13 +190,20 @@ void Host::greetController()
         m_window->addMessage(QDateTime::currentDateTime(), tr("Host"),
                              tr("Error: No data lines can be received: %1").arg(reason));
     } else {
-        m_service.command("quorel2 data connect " + QByteArray::number(m_dataReceiver.port()));
+        const Exchange exchange =
+            m_service.command("quorel2 data connect " + QByteArray::number(m_dataReceiver.port()));
+        // What does not answer this would cost another time limit with the next question.
+        if (!exchange.replied)
+            return false;
     }
     if (m_options.backendVersion.isEmpty() && m_asksVersion) {
         // An older controller does not know the question; the module then does without whatever
         // depends on the version.
         QByteArray text;
-        const ExchangeStatus status = m_service.query("backend version", &text).status;
+        const Exchange exchange = m_service.query("backend version", &text);
+        const ExchangeStatus status = exchange.status;
+        if (!exchange.replied)
+            return false;
         if (status == ExchangeStatus::Done)
             parseBackendVersion(text, &m_versions);
         else if (status == ExchangeStatus::Refused)
@@ -206,6 +212,7 @@ void Host::greetController()
             m_asksVersion = false; // it costs the connection, and would cost the next one too
     }
     m_window->setBackendVersion(backendVersionText(m_versions));
+    return true;
 }
 
 void Host::onStateChanged()
@@ -215,9 +222,10 @@ void Host::onStateChanged()
     m_window->setConnectionState(state, m_connection.lastError());
     const QDateTime now = QDateTime::currentDateTime();
     if (state == ControllerConnection::ConnectedState && m_connection.connectCount() != m_greeted) {
-        m_lossReported = false;
-        m_window->addMessage(now, tr("Host"), tr("Connected to the controller."));
-        greetController();
+        if (greetController()) {
+            m_lossReported = false;
+            m_window->addMessage(now, tr("Host"), tr("Connected to the controller."));
+        }
     } else if (state == ControllerConnection::DisconnectedState && !m_lossReported) {
         m_lossReported = true;
         m_window->addMessage(now, tr("Host"),

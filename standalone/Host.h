@@ -46,7 +46,8 @@ private:
     bool waitForController();
     void connectParts();
     /// Asks for the data lines and for the controller's version, after each connect.
-    void greetController();
+    /// @return false if the controller did not answer
+    bool greetController();
     void onStateChanged();
     void updateDataRate();
 

@@ -98,6 +98,7 @@ private slots:
     void anotherControllerIsUsed();
     void aControllerThatKnowsNoVersionIsTakenAsOld();
     void aControllerOutOfReachIsNoError();
+    void aControllerThatNeverAnswersIsGreetedAndReportedOnce();
     void afterAReconnectTheControllerIsGreetedAnew();
     void afterATimeOutTheDataLinesComeAgain();
     void nonsenseForTheVersionIsAskedForOnce();
@@ -109,6 +110,7 @@ private slots:
     void aHostThatCouldNotStartEndsToo();
     void itStartsAndEndsManyTimes();
     void aDemonstrationWithoutControllerIsAnError();
+    void aDemonstrationWithASilentControllerIsAnError();
     // The last one, since it leaves the module loaded.
     void endFromWithinTheDialogIsSafe();
 };
@@ -218,6 +220,32 @@ void HostTest::aControllerOutOfReachIsNoError()
         textOf(host.window(), "stateLabel").contains(QStringLiteral(";Connected")), kLimitMs);
     QTRY_VERIFY(!controller.requests().empty());
     QVERIFY(controller.requests().front().startsWith("quorel2 data connect "));
+    host.end();
+}
+
+void HostTest::aControllerThatNeverAnswersIsGreetedAndReportedOnce()
+{
+    ScriptedController controller([](const QByteArray &, const ScriptedController::Client &) {});
+    QVERIFY(controller.start());
+    HostOptions options = testOptions();
+    options.controllerHost = QStringLiteral("127.0.0.1");
+    options.controllerPort = controller.port();
+    options.timeoutMs = 60;
+    Host host(options);
+    QString error;
+    QVERIFY2(host.start(&error), qPrintable(error));
+    QVERIFY(textOf(host.window(), "stateLabel").contains(QStringLiteral("Not connected")));
+    // Each further connection is greeted by one request, since the first is not answered.
+    QTRY_VERIFY_WITH_TIMEOUT(controller.requests().size() >= 3, kLimitMs);
+    const std::vector<QByteArray> requests = controller.requests();
+    QVERIFY(controller.connectionCount() >= static_cast<int>(requests.size()));
+    for (const QByteArray &request : requests)
+        QVERIFY2(request.startsWith("quorel2 data connect "), request.constData());
+    QTRY_COMPARE(texts(host.window(), "messageView").size(), 1);
+    QVERIFY2(texts(host.window(), "messageView")
+                 .at(0)
+                 .startsWith(QStringLiteral("Error: No connection to the controller")),
+             qPrintable(texts(host.window(), "messageView").at(0)));
     host.end();
 }
 
@@ -409,6 +437,22 @@ void HostTest::aDemonstrationWithoutControllerIsAnError()
     QVERIFY(!host.start(&error));
     QVERIFY2(error.startsWith(QStringLiteral("The controller at 127.0.0.1:1 cannot be reached")),
              qPrintable(error));
+}
+
+void HostTest::aDemonstrationWithASilentControllerIsAnError()
+{
+    ScriptedController controller([](const QByteArray &, const ScriptedController::Client &) {});
+    QVERIFY(controller.start());
+    QTemporaryDir folder;
+    HostOptions options = testOptions();
+    options.controllerHost = QStringLiteral("127.0.0.1");
+    options.controllerPort = controller.port();
+    options.timeoutMs = 60;
+    options.demoFolder = folder.path();
+    Host host(options);
+    QString error;
+    QVERIFY(!host.start(&error));
+    QVERIFY2(error.contains(QStringLiteral("cannot be reached")), qPrintable(error));
 }
 
 void HostTest::endFromWithinTheDialogIsSafe()
