@@ -15,6 +15,8 @@
 
 namespace {
 
+/// A single one may be an accident, in particular while the controller starts.
+constexpr int kMostVersionTimeOuts = 2;
 constexpr int kRateIntervalMs = 1000;
 
 void printLine(const QString &text)
@@ -200,16 +202,15 @@ bool Host::greetController()
         // An older controller does not know the question; the module then does without whatever
         // depends on the version.
         QByteArray text;
-        const Exchange exchange = m_service.query("backend version", &text);
-        const ExchangeStatus status = exchange.status;
-        if (!exchange.replied)
-            return false;
+        const ExchangeStatus status = m_service.query("backend version", &text).status;
         if (status == ExchangeStatus::Done)
             parseBackendVersion(text, &m_versions);
         else if (status == ExchangeStatus::Refused)
             m_versions = unknownBackendVersion();
         else if (status == ExchangeStatus::UnexpectedReply)
             m_asksVersion = false; // it costs the connection, and would cost the next one too
+        else if (status == ExchangeStatus::TimedOut && ++m_versionTimeOuts == kMostVersionTimeOuts)
+            m_asksVersion = false;
     }
     m_window->setBackendVersion(backendVersionText(m_versions));
     return true;

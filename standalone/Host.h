@@ -46,7 +46,7 @@ private:
     bool waitForController();
     void connectParts();
     /// Asks for the data lines and for the controller's version, after each connect.
-    /// @return false if the controller did not answer
+    /// @return false if the controller answers nothing
     bool greetController();
     void onStateChanged();
     void updateDataRate();
@@ -66,5 +66,6 @@ private:
     quint64 m_linesBefore = 0;
     int m_greeted = 0; ///< the connection, by its count, that was greeted last
     bool m_lossReported = false;
+    int m_versionTimeOuts = 0;
     bool m_asksVersion = true;
 };

@@ -102,6 +102,7 @@ private slots:
     void afterAReconnectTheControllerIsGreetedAnew();
     void afterATimeOutTheDataLinesComeAgain();
     void nonsenseForTheVersionIsAskedForOnce();
+    void silenceAboutTheVersionIsAskedForTwice();
     void dataLinesAreCounted();
     void closingTheWindowEndsTheModule();
     void closingTheWindowWhileTheDialogIsOpenEndsTheModule();
@@ -324,6 +325,31 @@ void HostTest::nonsenseForTheVersionIsAskedForOnce()
     QVERIFY(controller.requests().at(2).startsWith("quorel2 data connect "));
     QTRY_VERIFY(textOf(host.window(), "stateLabel").contains(QStringLiteral(";Connected")));
     QCOMPARE(controller.connectionCount(), 2);
+    host.end();
+}
+
+void HostTest::silenceAboutTheVersionIsAskedForTwice()
+{
+    ScriptedController controller(
+        [](const QByteArray &request, const ScriptedController::Client &c) {
+            if (request != "quorel2 get backend version")
+                c.send("quorel2 ok\n");
+        });
+    QVERIFY(controller.start());
+    HostOptions options = testOptions();
+    options.controllerHost = QStringLiteral("127.0.0.1");
+    options.controllerPort = controller.port();
+    options.timeoutMs = 60;
+    Host host(options);
+    QString error;
+    QVERIFY2(host.start(&error), qPrintable(error));
+    // Two connections with both questions, and one on which the second is left out.
+    QTRY_COMPARE_WITH_TIMEOUT(controller.requests().size(), size_t(5), kLimitMs);
+    QCOMPARE(controller.requests().at(3), QByteArray("quorel2 get backend version"));
+    QVERIFY(controller.requests().at(4).startsWith("quorel2 data connect "));
+    QTRY_VERIFY(textOf(host.window(), "stateLabel").contains(QStringLiteral(";Connected")));
+    QCOMPARE(textOf(host.window(), "backendLabel"), QStringLiteral("Backend unknown"));
+    QCOMPARE(controller.connectionCount(), 3);
     host.end();
 }
 
