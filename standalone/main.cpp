@@ -57,11 +57,11 @@ int main(int argc, char **argv)
     const QuitSignals quitSignals;
 
     Host host(options);
-    int exitCode = 1;
-    if (host.start(&error))
-        exitCode = QApplication::exec();
-    else
-        failWith(error);
+    const bool started = host.start(&error);
+    int exitCode = 0;
+    // The start waits in a loop of its own, which is the one that a signal has then ended.
+    if (!quitSignals.isRequested())
+        exitCode = started ? QApplication::exec() : failWith(error);
     host.end();
     return exitCode;
 }

@@ -4,10 +4,17 @@
 
 #include <QImage>
 #include <QProcess>
+#include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <algorithm>
+#include <csignal>
 #include <set>
+
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 namespace {
 
@@ -60,6 +67,33 @@ QStringList linesOf(const QString &fileName)
     return QString::fromLatin1(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
 }
 
+/// A port on loopback at which nobody accepts.
+class Listener {
+public:
+    explicit Listener(int queueLength)
+        : m_descriptor(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+    {
+        sockaddr_in address = {};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address;
+        auto *any = reinterpret_cast<sockaddr *>(&address);
+        if (::bind(m_descriptor, any, size) == 0 && ::listen(m_descriptor, queueLength) == 0 &&
+            ::getsockname(m_descriptor, any, &size) == 0)
+            m_port = ntohs(address.sin_port);
+    }
+    ~Listener() { ::close(m_descriptor); }
+    Listener(const Listener &) = delete;
+    Listener &operator=(const Listener &) = delete;
+
+    /// 0 if there is none.
+    quint16 port() const { return m_port; }
+
+private:
+    int m_descriptor;
+    quint16 m_port = 0;
+};
+
 const QString kPlugin = QStringLiteral(QUOREL2_TEST_MODULE);
 
 } // namespace
@@ -76,6 +110,8 @@ private slots:
     void theModuleIsPrinted();
     void aSignalEndsItInOrder_data();
     void aSignalEndsItInOrder();
+    void aSignalDuringTheStartIsNotLost_data();
+    void aSignalDuringTheStartIsNotLost();
     void theDemonstrationIsRightForARightModule();
     void theDemonstrationFindsAWrongModule();
     void theDemonstrationTellsWhereItStuck();
@@ -178,15 +214,15 @@ void HostProcessTest::theModuleIsPrinted()
 
 void HostProcessTest::aSignalEndsItInOrder_data()
 {
-    QTest::addColumn<QString>("signal");
-    QTest::newRow("SIGTERM") << QStringLiteral("-TERM");
-    QTest::newRow("SIGINT") << QStringLiteral("-INT");
-    QTest::newRow("SIGHUP") << QStringLiteral("-HUP");
+    QTest::addColumn<int>("signal");
+    QTest::newRow("SIGTERM") << SIGTERM;
+    QTest::newRow("SIGINT") << SIGINT;
+    QTest::newRow("SIGHUP") << SIGHUP;
 }
 
 void HostProcessTest::aSignalEndsItInOrder()
 {
-    QFETCH(QString, signal);
+    QFETCH(int, signal);
     ControllerThread controller(Scenario::builtIn(), 1);
     QVERIFY(controller.start());
     QProcess process;
@@ -200,9 +236,47 @@ void HostProcessTest::aSignalEndsItInOrder()
         return count;
     };
     QTRY_VERIFY_WITH_TIMEOUT(answers() >= 2, kLimitMs);
-    QCOMPARE(
-        QProcess::execute(QStringLiteral("kill"), {signal, QString::number(process.processId())}),
-        0);
+    QCOMPARE(::kill(static_cast<pid_t>(process.processId()), signal), 0);
+    QVERIFY(process.waitForFinished(kLimitMs));
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 0);
+}
+
+void HostProcessTest::aSignalDuringTheStartIsNotLost_data()
+{
+    QTest::addColumn<int>("signal");
+    QTest::addColumn<bool>("accepts");
+    QTest::newRow("SIGTERM, no connection") << SIGTERM << false;
+    QTest::newRow("SIGINT, no connection") << SIGINT << false;
+    QTest::newRow("SIGTERM, no reply") << SIGTERM << true;
+}
+
+void HostProcessTest::aSignalDuringTheStartIsNotLost()
+{
+    QFETCH(int, signal);
+    QFETCH(bool, accepts);
+    // The system takes connections for a listener that accepts none, until its queue is full.
+    const Listener listener(accepts ? 16 : 0);
+    QVERIFY(listener.port() != 0);
+    QTcpSocket occupants[3];
+    if (!accepts) {
+        for (QTcpSocket &occupant : occupants)
+            occupant.connectToHost(QHostAddress::LocalHost, listener.port());
+        QTRY_COMPARE(std::count_if(std::begin(occupants), std::end(occupants),
+                                   [](const QTcpSocket &occupant) {
+                                       return occupant.state() == QAbstractSocket::ConnectedState;
+                                   }),
+                     1);
+    }
+    QProcess process;
+    process.start(QStringLiteral(QUOREL2_HOST_PROGRAM),
+                  {QStringLiteral("--plugin"), kPlugin, QStringLiteral("--controller"),
+                   QStringLiteral("127.0.0.1:%1").arg(listener.port())});
+    QString output;
+    QTRY_VERIFY_WITH_TIMEOUT((output += QString::fromLocal8Bit(process.readAllStandardOutput()))
+                                 .contains(QStringLiteral("Controller at ")),
+                             kLimitMs);
+    QCOMPARE(::kill(static_cast<pid_t>(process.processId()), signal), 0);
     QVERIFY(process.waitForFinished(kLimitMs));
     QCOMPARE(process.exitStatus(), QProcess::NormalExit);
     QCOMPARE(process.exitCode(), 0);
