@@ -51,6 +51,8 @@ int main(int argc, char **argv)
 
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    // The options are the program's own; some mean something else to QApplication.
+    argc = 1;
     QApplication application(argc, argv);
     // The main window decides when the program ends.
     QApplication::setQuitOnLastWindowClosed(false);
