@@ -107,6 +107,9 @@ private slots:
     void mistakesEndWithASentenceAndOne_data();
     void mistakesEndWithASentenceAndOne();
     void withoutDisplayItSaysSo();
+    void anUnreachableDisplayIsTold_data();
+    void anUnreachableDisplayIsTold();
+    void withoutWindowsItNeedsNoDisplay();
     void theModuleIsPrinted();
     void aSignalEndsItInOrder_data();
     void aSignalEndsItInOrder();
@@ -189,6 +192,52 @@ void HostProcessTest::withoutDisplayItSaysSo()
     QCOMPARE(result.exitCode, 1);
     QVERIFY2(result.errors.startsWith(QStringLiteral("quorel2-host: There is no display.")),
              qPrintable(result.errors));
+}
+
+void HostProcessTest::anUnreachableDisplayIsTold_data()
+{
+    QTest::addColumn<QString>("variable");
+    QTest::addColumn<QString>("value");
+    QTest::newRow("X11") << QStringLiteral("DISPLAY") << QStringLiteral(":47110");
+    QTest::newRow("Wayland only") << QStringLiteral("WAYLAND_DISPLAY")
+                                  << QStringLiteral("no-such-display");
+    QTest::newRow("platform") << QStringLiteral("QT_QPA_PLATFORM")
+                              << QStringLiteral("no-such-platform");
+    QTest::newRow("X11 platform, no display")
+        << QStringLiteral("QT_QPA_PLATFORM") << QStringLiteral("xcb");
+}
+
+void HostProcessTest::anUnreachableDisplayIsTold()
+{
+    QFETCH(QString, variable);
+    QFETCH(QString, value);
+    QProcessEnvironment environment = withoutDisplay();
+    environment.insert(variable, value);
+    const Result result = run({QStringLiteral("--plugin"), kPlugin}, environment);
+    QVERIFY2(result.ended, qPrintable(result.errors));
+    QCOMPARE(result.exitCode, 1);
+    QCOMPARE(result.errors,
+             QStringLiteral("quorel2-host: The display cannot be reached (%1=%2). Run it in a "
+                            "desktop session or under a virtual one: xvfb-run -a quorel2-host\n")
+                 .arg(variable, value));
+}
+
+void HostProcessTest::withoutWindowsItNeedsNoDisplay()
+{
+    QProcessEnvironment environment = withoutDisplay();
+    environment.insert(QStringLiteral("DISPLAY"), QStringLiteral(":47110"));
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.start(QStringLiteral(QUOREL2_HOST_PROGRAM), {QStringLiteral("--plugin"), kPlugin});
+    QString output;
+    QTRY_VERIFY_WITH_TIMEOUT((output += QString::fromLocal8Bit(process.readAllStandardOutput()))
+                                 .contains(QStringLiteral("Simulated controller at 127.0.0.1:")),
+                             kLimitMs);
+    process.terminate();
+    QVERIFY(process.waitForFinished(kLimitMs));
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 0);
 }
 
 void HostProcessTest::theModuleIsPrinted()
