@@ -8,6 +8,12 @@
 #include <QTcpSocket>
 #include <QUdpSocket>
 
+#include <utility>
+
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
 namespace {
 
 constexpr int kReadBytes = 4096;
@@ -15,6 +21,22 @@ constexpr int kUnreadBytes = 64 * 1024;
 constexpr int kUnsentBytes = 64 * 1024;
 constexpr int kRequestsPerTurn = 64; // then other clients and the data lines have their turn
 constexpr int kOverLongReply = 5000;
+// A client whose machine lost its power or its cable says no farewell; without these it would keep
+// its place among the clients for ever.
+constexpr int kProbeAfterS = 30; // of silence
+constexpr int kProbeIntervalS = 10;
+constexpr int kProbesWithoutAnswer = 3;
+
+void watchForLoss(QTcpSocket *socket)
+{
+    socket->setSocketOption(QAbstractSocket::KeepAliveOption, 1);
+    const int descriptor = static_cast<int>(socket->socketDescriptor());
+    const std::pair<int, int> options[] = {{TCP_KEEPIDLE, kProbeAfterS},
+                                           {TCP_KEEPINTVL, kProbeIntervalS},
+                                           {TCP_KEEPCNT, kProbesWithoutAnswer}};
+    for (const auto &[name, value] : options)
+        ::setsockopt(descriptor, IPPROTO_TCP, name, &value, sizeof value);
+}
 
 } // namespace
 
@@ -27,6 +49,7 @@ ClientSession::ClientSession(QTcpSocket *socket, ControllerServer *server)
     m_socket->setParent(this);
     m_socket->setReadBufferSize(kUnreadBytes);
     m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+    watchForLoss(m_socket);
     connect(m_socket, &QTcpSocket::readyRead, this, &ClientSession::processInput);
     connect(m_socket, &QTcpSocket::bytesWritten, this, &ClientSession::processInput);
     connect(m_socket, &QTcpSocket::disconnected, this, [this] { m_server->removeClient(this); });

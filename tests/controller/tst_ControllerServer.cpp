@@ -18,6 +18,10 @@
 #include <random>
 #include <vector>
 
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
 namespace {
 
 constexpr int kPatienceMs = 20000;
@@ -205,6 +209,28 @@ private slots:
         const QList<QTcpSocket *> sockets = m_server->findChildren<QTcpSocket *>();
         QCOMPARE(sockets.size(), 1);
         QCOMPARE(sockets[0]->socketOption(QAbstractSocket::LowDelayOption).toInt(), 1);
+    }
+
+    void socketsFindOutThatTheirClientIsGone()
+    {
+        Client client(*m_server);
+        QCOMPARE(client.ask(kStatus), kIdle);
+        const QList<QTcpSocket *> sockets = m_server->findChildren<QTcpSocket *>();
+        QCOMPARE(sockets.size(), 1);
+        const auto option = [&](int level, int name) {
+            int value = 0;
+            socklen_t size = sizeof value;
+            const int descriptor = static_cast<int>(sockets[0]->socketDescriptor());
+            return ::getsockopt(descriptor, level, name, &value, &size) == 0 ? value : -1;
+        };
+        QCOMPARE(option(SOL_SOCKET, SO_KEEPALIVE), 1);
+        // A minute, all in all, and not the system's two hours.
+        const int idleS = option(IPPROTO_TCP, TCP_KEEPIDLE);
+        const int intervalS = option(IPPROTO_TCP, TCP_KEEPINTVL);
+        const int count = option(IPPROTO_TCP, TCP_KEEPCNT);
+        QVERIFY(idleS > 0 && intervalS > 0 && count > 0);
+        QVERIFY2(idleS + intervalS * count <= 60,
+                 qPrintable(QStringLiteral("%1 + %2 * %3").arg(idleS).arg(intervalS).arg(count)));
     }
 
     void clientsShareOneState()
