@@ -10,9 +10,11 @@
 
 #include <utility>
 
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 namespace {
 
@@ -45,6 +47,7 @@ ClientSession::ClientSession(QTcpSocket *socket, ControllerServer *server)
     , m_socket(socket)
     , m_server(server)
     , m_framer(CommandTable::kMaximumRequestLength)
+    , m_descriptor(::fcntl(static_cast<int>(socket->socketDescriptor()), F_DUPFD_CLOEXEC, 0))
 {
     m_socket->setParent(this);
     m_socket->setReadBufferSize(kUnreadBytes);
@@ -52,13 +55,18 @@ ClientSession::ClientSession(QTcpSocket *socket, ControllerServer *server)
     watchForLoss(m_socket);
     connect(m_socket, &QTcpSocket::readyRead, this, &ClientSession::processInput);
     connect(m_socket, &QTcpSocket::bytesWritten, this, &ClientSession::processInput);
-    connect(m_socket, &QTcpSocket::disconnected, this, [this] { m_server->removeClient(this); });
+    connect(m_socket, &QTcpSocket::disconnected, this, [this] {
+        answerRest();
+        m_server->removeClient(this);
+    });
     qCDebug(controllerLog) << "client" << m_socket->peerAddress() << m_socket->peerPort();
 }
 
 ClientSession::~ClientSession()
 {
     m_socket->disconnect(this);
+    if (m_descriptor >= 0)
+        ::close(m_descriptor);
 }
 
 void ClientSession::sendData(const QVector<QByteArray> &lines)
@@ -70,11 +78,13 @@ void ClientSession::sendData(const QVector<QByteArray> &lines)
 void ClientSession::sendHeldReply()
 {
     m_replyDueUs = -1;
-    sendLine(m_heldReply); // once it is written, the next request has its turn
+    sendLine(m_heldReply);
+    processInput();
 }
 
 void ClientSession::drop()
 {
+    m_isEnded = true;
     m_socket->abort();
 }
 
@@ -96,26 +106,45 @@ void ClientSession::processInput()
 {
     int requests = 0;
     while (m_replyDueUs < 0 && m_socket->bytesToWrite() < kUnsentBytes &&
-           m_socket->state() == QAbstractSocket::ConnectedState) {
-        if (requests == kRequestsPerTurn) {
+           m_socket->state() == QAbstractSocket::ConnectedState && answerNext()) {
+        if (++requests == kRequestsPerTurn) {
             QMetaObject::invokeMethod(this, &ClientSession::processInput, Qt::QueuedConnection);
-            return;
+            break;
         }
+    }
+    // The end of the client's side closes the socket, whatever it has not written yet.
+    m_socket->flush();
+    m_unsentBytes = m_socket->bytesToWrite();
+}
+
+void ClientSession::answerRest()
+{
+    // Behind replies that are lost no further ones can follow.
+    if (m_unsentBytes > 0)
+        return;
+    while (!m_isEnded && m_replyDueUs < 0 && answerNext()) {
+    }
+    // Nobody waits for a client that has gone altogether.
+    ::send(m_descriptor, m_lastReplies.constData(), static_cast<size_t>(m_lastReplies.size()),
+           MSG_DONTWAIT | MSG_NOSIGNAL);
+}
+
+bool ClientSession::answerNext()
+{
+    for (;;) {
         QByteArray request;
         switch (m_framer.next(&request)) {
         case LineFramer::Event::NeedMore:
             if (m_socket->bytesAvailable() == 0)
-                return;
+                return false;
             m_framer.feed(m_socket->read(kReadBytes));
             break;
         case LineFramer::Event::Line:
-            ++requests;
             handleRequest(request);
-            break;
+            return true;
         case LineFramer::Event::OverLong:
-            ++requests;
             sendLine(CommandTable::overLongAnswer());
-            break;
+            return true;
         }
     }
 }
@@ -148,6 +177,7 @@ void ClientSession::handleRequest(const QByteArray &request)
         sendLine(QByteArray(kOverLongReply, 'x'));
         break;
     case FaultPlan::Kind::Disconnect:
+        m_isEnded = true;
         m_socket->disconnectFromHost();
         break;
     }
@@ -157,5 +187,8 @@ void ClientSession::sendLine(const QByteArray &line)
 {
     qCDebug(controllerLog) << "<" << line.left(CommandTable::kMaximumReplyLength);
     ++m_server->m_answerCount;
-    m_socket->write(line + '\n');
+    if (m_socket->state() == QAbstractSocket::ConnectedState)
+        m_socket->write(line + '\n');
+    else
+        m_lastReplies += line + '\n';
 }

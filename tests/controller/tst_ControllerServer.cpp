@@ -338,6 +338,47 @@ private slots:
         QVERIFY(!m_server->state().isMeasuring());
     }
 
+    void requestsBeforeAHalfCloseAreAnswered_data()
+    {
+        QTest::addColumn<int>("requests");
+        QTest::newRow("one") << 1;
+        QTest::newRow("a few") << 10;
+        QTest::newRow("more than one turn's") << 2000;
+    }
+
+    void requestsBeforeAHalfCloseAreAnswered()
+    {
+        QFETCH(int, requests);
+        Client client(*m_server);
+        for (int i = 1; i < requests; ++i)
+            client.send(kStatus + '\n');
+        client.send("quorel2 tracking start\nquorel2 tracking sto");
+        client.socket().flush();
+        QCOMPARE(client.socket().bytesToWrite(), qint64(0));
+        // What the server has got by then, it learns together with the end.
+        QCOMPARE(::shutdown(static_cast<int>(client.socket().socketDescriptor()), SHUT_WR), 0);
+        for (int i = 1; i < requests; ++i)
+            QCOMPARE(client.readLine(), kIdle);
+        QCOMPARE(client.readLine(), QByteArray("quorel2 ok"));
+        QTRY_COMPARE(m_server->clientCount(), 0);
+        QTRY_VERIFY(!client.isConnected());
+        QVERIFY(client.hasNothingToRead());
+        QVERIFY(m_server->state().isMeasuring());
+    }
+
+    void aHalfCloseEndsTheWaitForAHeldReply()
+    {
+        Client client(*m_server);
+        m_server->faults().spoilReply(1, {FaultPlan::Kind::Delay, 500});
+        client.send("quorel2 tracking start\nquorel2 tracking stop\n");
+        client.socket().flush();
+        QCOMPARE(::shutdown(static_cast<int>(client.socket().socketDescriptor()), SHUT_WR), 0);
+        QTRY_VERIFY(!client.isConnected());
+        QVERIFY(client.hasNothingToRead());
+        QCOMPARE(m_server->clientCount(), 0);
+        QVERIFY(m_server->state().isMeasuring());
+    }
+
     void droppedClientsCanComeBack()
     {
         Client client(*m_server);
