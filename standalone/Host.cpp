@@ -174,6 +174,11 @@ void Host::connectParts()
     connect(&m_service, &HostCommandService::exchanged, this,
             [this](const Exchange &exchange) { m_transcript.add(exchange); });
     connect(&m_service, &HostCommandService::exchanged, m_window.get(), &MainWindow::addExchange);
+    connect(&m_connection, &ControllerConnection::unaskedLine, m_window.get(),
+            [this](const QByteArray &line) {
+                m_transcript.addUnasked(line);
+                m_window->addUnasked(QDateTime::currentDateTime(), line);
+            });
     connect(&m_service, &HostCommandService::messagePosted, m_window.get(),
             [this](const QDateTime &time, const QString &source, int, const QString &text) {
                 m_window->addMessage(time, source, text);

@@ -234,6 +234,7 @@ QWidget *MainWindow::makeTrafficPanel()
                     TextColumn);
 
     m_trafficCount = makeNote();
+    m_trafficCount->setObjectName(QStringLiteral("trafficCount"));
     m_dataRate = new QLabel;
     m_dataRate->setObjectName(QStringLiteral("dataRateLabel"));
     m_dataRate->setToolTip(tr("Tracking data lines received in the last second"));
@@ -257,6 +258,7 @@ QWidget *MainWindow::makeTrafficPanel()
     connect(clear, &QToolButton::clicked, this, [this] {
         m_newTraffic.clear();
         m_traffic->clear();
+        m_exchanges = 0;
         updateCounts();
     });
     return makePanel({makeTitle(tr("Controller traffic")), m_trafficCount},
@@ -400,6 +402,17 @@ void MainWindow::addExchange(const Exchange &exchange)
     }
     m_newTraffic.append(request);
     m_newTraffic.append(reply);
+    ++m_exchanges;
+    scheduleFlush();
+}
+
+void MainWindow::addUnasked(const QDateTime &time, const QByteArray &line)
+{
+    LogModel::Row row;
+    row.cells = QStringList{timeText(time), tr("\u2190 Unasked"),
+                            oneLine(QString::fromLatin1(line)), QString(), QString()};
+    row.severity = LogModel::Warning;
+    m_newTraffic.append(row);
     scheduleFlush();
 }
 
@@ -429,8 +442,7 @@ void MainWindow::updateCounts()
 {
     m_messageCount->setText(
         m_messages->totalRows() == 0 ? QString() : QString::number(m_messages->totalRows()));
-    const quint64 exchanges = m_traffic->totalRows() / 2;
-    QString text = exchanges == 0 ? QString() : tr("%1 exchanges").arg(exchanges);
+    QString text = m_exchanges == 0 ? QString() : tr("%1 exchanges").arg(m_exchanges);
     if (m_trafficFilter->rowCount() != m_traffic->rowCount())
         text = tr("%1, %2 lines shown").arg(text).arg(m_trafficFilter->rowCount());
     m_trafficCount->setText(text);

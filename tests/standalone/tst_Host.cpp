@@ -103,6 +103,7 @@ private slots:
     void afterATimeOutTheDataLinesComeAgain();
     void nonsenseForTheVersionIsAskedForOnce();
     void silenceAboutTheVersionIsAskedForTwice();
+    void linesThatNobodyAskedForAreShown();
     void dataLinesAreCounted();
     void closingTheWindowEndsTheModule();
     void closingTheWindowWhileTheDialogIsOpenEndsTheModule();
@@ -351,6 +352,31 @@ void HostTest::silenceAboutTheVersionIsAskedForTwice()
     QCOMPARE(textOf(host.window(), "backendLabel"), QStringLiteral("Backend unknown"));
     QCOMPARE(controller.connectionCount(), 3);
     host.end();
+}
+
+void HostTest::linesThatNobodyAskedForAreShown()
+{
+    ScriptedController controller(
+        [](const QByteArray &request, const ScriptedController::Client &c) {
+            c.send(request == "quorel2 get backend version" ? "quorel2 set backend version 1.17\n"
+                                                            : "quorel2 ok\nquorel2 hot\n");
+        });
+    QVERIFY(controller.start());
+    QTemporaryDir folder;
+    HostOptions options = testOptions();
+    options.controllerHost = QStringLiteral("127.0.0.1");
+    options.controllerPort = controller.port();
+    options.demoFolder = folder.path();
+    Host host(options);
+    QString error;
+    QVERIFY2(host.start(&error), qPrintable(error));
+    host.window()->flush();
+    QVERIFY(texts(host.window(), "trafficView").contains(QStringLiteral("quorel2 hot")));
+    host.end();
+    QFile transcript(folder.filePath(QStringLiteral("transcript.txt")));
+    QVERIFY(transcript.open(QIODevice::ReadOnly));
+    const QByteArray lines = transcript.readAll();
+    QVERIFY2(lines.contains("# unasked: quorel2 hot\n"), lines.constData());
 }
 
 void HostTest::dataLinesAreCounted()
