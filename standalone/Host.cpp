@@ -191,9 +191,9 @@ void Host::connectParts()
 bool Host::greetController()
 {
     m_greeted = m_connection.connectCount();
-    const QHostAddress local = m_connection.localAddress();
+    m_dataSource = m_connection.peerAddress();
     QString reason;
-    if (!m_dataReceiver.start(local, m_connection.peerAddress(), &reason)) {
+    if (!m_dataReceiver.start(m_connection.localAddress(), m_dataSource, &reason)) {
         m_window->addMessage(QDateTime::currentDateTime(), tr("Host"),
                              tr("Error: No data lines can be received: %1").arg(reason));
     } else {
@@ -246,8 +246,21 @@ void Host::updateDataRate()
     const quint64 lines = m_dataReceiver.receivedLines();
     const double seconds = static_cast<double>(m_rateClock.restart()) / 1000.0;
     if (seconds > 0.0)
-        m_window->setDataRate(static_cast<double>(lines - m_linesBefore) / seconds);
+        m_window->setDataRate(static_cast<double>(lines - m_linesBefore) / seconds,
+                              m_dataReceiver.droppedDatagrams());
     m_linesBefore = lines;
+    reportDroppedData();
+}
+
+void Host::reportDroppedData()
+{
+    const QHostAddress sender = m_dataReceiver.droppedSender();
+    if (sender.isNull() || sender == m_reportedSender)
+        return;
+    m_reportedSender = sender;
+    m_window->addMessage(QDateTime::currentDateTime(), tr("Host"),
+                         tr("Error: Data lines from %1 are dropped, since the controller is at %2.")
+                             .arg(sender.toString(), m_dataSource.toString()));
 }
 
 void Host::end()

@@ -50,6 +50,7 @@ private:
     bool greetController();
     void onStateChanged();
     void updateDataRate();
+    void reportDroppedData();
 
     HostOptions m_options;
     BackendVersions m_versions;
@@ -64,7 +65,9 @@ private:
     QTimer m_rateTimer;
     QElapsedTimer m_rateClock;
     quint64 m_linesBefore = 0;
-    int m_greeted = 0; ///< the connection, by its count, that was greeted last
+    QHostAddress m_dataSource;     ///< from which data lines are taken
+    QHostAddress m_reportedSender; ///< of data lines that were dropped
+    int m_greeted = 0;             ///< the connection, by its count, that was greeted last
     bool m_lossReported = false;
     int m_versionTimeOuts = 0;
     bool m_asksVersion = true;

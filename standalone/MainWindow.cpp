@@ -184,7 +184,7 @@ MainWindow::MainWindow(QWidget *parent)
     m_flushTimer.setSingleShot(true);
     m_flushTimer.setInterval(kFlushDelayMs);
     connect(&m_flushTimer, &QTimer::timeout, this, &MainWindow::flush);
-    setDataRate(0.0);
+    setDataRate(0.0, 0);
     setBackendVersion(QString());
     setConnectionState(ControllerConnection::DisconnectedState, QString());
     updateCounts();
@@ -416,10 +416,13 @@ void MainWindow::addUnasked(const QDateTime &time, const QByteArray &line)
     scheduleFlush();
 }
 
-void MainWindow::setDataRate(double linesPerSecond)
+void MainWindow::setDataRate(double linesPerSecond, quint64 droppedDatagrams)
 {
-    m_dataRate->setText(linesPerSecond > 0.0 ? tr("Data lines: %1/s").arg(linesPerSecond, 0, 'f', 1)
-                                             : tr("Data lines: none"));
+    QString text = linesPerSecond > 0.0 ? tr("Data lines: %1/s").arg(linesPerSecond, 0, 'f', 1)
+                                        : tr("Data lines: none");
+    if (droppedDatagrams > 0)
+        text = tr("%1, %2 from elsewhere dropped").arg(text).arg(droppedDatagrams);
+    m_dataRate->setText(text);
 }
 
 void MainWindow::scheduleFlush()

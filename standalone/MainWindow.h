@@ -43,7 +43,8 @@ public:
     void addExchange(const Exchange &exchange);
     /// A line from the controller that answers no request.
     void addUnasked(const QDateTime &time, const QByteArray &line);
-    void setDataRate(double linesPerSecond);
+    /// @param droppedDatagrams  how many came from elsewhere than the controller, all in all
+    void setDataRate(double linesPerSecond, quint64 droppedDatagrams);
 
     /// Shows at once what has been added.
     void flush();

@@ -13,6 +13,7 @@
 #include <QLabel>
 #include <QMenuBar>
 #include <QTemporaryDir>
+#include <QUdpSocket>
 #include <QWindow>
 #include <QtTest>
 
@@ -105,6 +106,7 @@ private slots:
     void silenceAboutTheVersionIsAskedForTwice();
     void linesThatNobodyAskedForAreShown();
     void dataLinesAreCounted();
+    void dataLinesFromElsewhereAreReportedOnce();
     void closingTheWindowEndsTheModule();
     void closingTheWindowWhileTheDialogIsOpenEndsTheModule();
     void quitWhileTheDialogIsOpenEndsTheModule();
@@ -392,6 +394,40 @@ void HostTest::dataLinesAreCounted()
     });
     entry(host.window())->trigger();
     QVERIFY(calls().contains(QStringLiteral("exec returned")));
+}
+
+void HostTest::dataLinesFromElsewhereAreReportedOnce()
+{
+    std::atomic<quint16> port{0};
+    ScriptedController controller(
+        [&](const QByteArray &request, const ScriptedController::Client &c) {
+            if (request.startsWith("quorel2 data connect "))
+                port = request.mid(request.lastIndexOf(' ') + 1).toUShort();
+            c.send(request == "quorel2 get backend version" ? "quorel2 set backend version 1.17\n"
+                                                            : "quorel2 ok\n");
+        });
+    QVERIFY(controller.start());
+    HostOptions options = testOptions();
+    options.controllerHost = QStringLiteral("127.0.0.1");
+    options.controllerPort = controller.port();
+    Host host(options);
+    QString error;
+    QVERIFY2(host.start(&error), qPrintable(error));
+    QVERIFY(port != 0);
+    QUdpSocket stranger;
+    QVERIFY(stranger.bind(QHostAddress(QStringLiteral("127.0.0.2"))));
+    const QHostAddress loopback(QHostAddress::LocalHost);
+    stranger.writeDatagram("6d 0 ", loopback, port);
+    stranger.writeDatagram("6d 0 ", loopback, port);
+    const QString label = QStringLiteral("Data lines: none, %1 from elsewhere dropped");
+    QTRY_COMPARE_WITH_TIMEOUT(textOf(host.window(), "dataRateLabel"), label.arg(2), kLimitMs);
+    stranger.writeDatagram("6d 0 ", loopback, port);
+    QTRY_COMPARE_WITH_TIMEOUT(textOf(host.window(), "dataRateLabel"), label.arg(3), kLimitMs);
+    host.window()->flush();
+    QCOMPARE(texts(host.window(), "messageView"),
+             QStringList{QStringLiteral("Error: Data lines from 127.0.0.2 are dropped, since the "
+                                        "controller is at 127.0.0.1.")});
+    host.end();
 }
 
 void HostTest::closingTheWindowEndsTheModule()

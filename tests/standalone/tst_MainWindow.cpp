@@ -319,10 +319,13 @@ void MainWindowTest::theDataRateIsTold()
 {
     MainWindow window;
     QCOMPARE(textOf(window, "dataRateLabel"), QStringLiteral("Data lines: none"));
-    window.setDataRate(119.96);
+    window.setDataRate(119.96, 0);
     QCOMPARE(textOf(window, "dataRateLabel"), QStringLiteral("Data lines: 120.0/s"));
-    window.setDataRate(0.0);
+    window.setDataRate(0.0, 0);
     QCOMPARE(textOf(window, "dataRateLabel"), QStringLiteral("Data lines: none"));
+    window.setDataRate(60.0, 7);
+    QCOMPARE(textOf(window, "dataRateLabel"),
+             QStringLiteral("Data lines: 60.0/s, 7 from elsewhere dropped"));
 }
 
 void MainWindowTest::closingIsReported()
