@@ -29,6 +29,14 @@ constexpr int kProbeAfterS = 30; // of silence
 constexpr int kProbeIntervalS = 10;
 constexpr int kProbesWithoutAnswer = 3;
 
+/// An IPv4 address as such, also where the socket is one for both kinds.
+QHostAddress plainAddress(const QHostAddress &address)
+{
+    bool isIPv4 = false;
+    const quint32 number = address.toIPv4Address(&isIPv4);
+    return isIPv4 ? QHostAddress(number) : address;
+}
+
 void watchForLoss(QTcpSocket *socket)
 {
     socket->setSocketOption(QAbstractSocket::KeepAliveOption, 1);
@@ -71,8 +79,9 @@ ClientSession::~ClientSession()
 
 void ClientSession::sendData(const QVector<QByteArray> &lines)
 {
+    const QHostAddress client = plainAddress(m_socket->peerAddress());
     for (const QByteArray &line : lines)
-        m_dataSocket->writeDatagram(line, m_socket->peerAddress(), m_dataPort);
+        m_dataSocket->writeDatagram(line, client, m_dataPort);
 }
 
 void ClientSession::sendHeldReply()
@@ -90,8 +99,11 @@ void ClientSession::drop()
 
 void ClientSession::connectData(quint16 udpPort)
 {
-    if (!m_dataSocket)
+    if (!m_dataSocket) {
         m_dataSocket = new QUdpSocket(this);
+        // On a machine with several addresses the client knows only this one.
+        m_dataSocket->bind(plainAddress(m_socket->localAddress()));
+    }
     m_dataPort = udpPort;
     m_server->scheduleNext();
 }

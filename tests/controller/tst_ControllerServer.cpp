@@ -8,6 +8,7 @@
 #include <tests/support/TestMain.h>
 
 #include <QDeadlineTimer>
+#include <QNetworkDatagram>
 #include <QTcpSocket>
 #include <QTimer>
 #include <QUdpSocket>
@@ -629,6 +630,32 @@ private slots:
         QTRY_VERIFY(socket.canReadLine());
         m_clock->advance(17);
         QCOMPARE(data.take(1).size(), 1);
+    }
+
+    void dataComeFromTheAddressThatTheClientTalksTo()
+    {
+        ControllerServer server(smallScenario(), 1, m_clock.get());
+        QVERIFY(server.listen(QHostAddress::Any, 0));
+        server.state().startMeasurement();
+        for (const char *name : {"127.0.0.2", "127.0.0.3", "::1"}) {
+            const QHostAddress address(QString::fromLatin1(name));
+            QTcpSocket socket;
+            socket.connectToHost(address, server.port());
+            QTRY_VERIFY(socket.state() == QAbstractSocket::ConnectedState ||
+                        socket.error() != QAbstractSocket::UnknownSocketError);
+            if (socket.state() != QAbstractSocket::ConnectedState) {
+                QCOMPARE(address.protocol(), QAbstractSocket::IPv6Protocol);
+                continue; // a system without it
+            }
+            QUdpSocket data;
+            QVERIFY(data.bind(socket.localAddress()));
+            socket.write("quorel2 data connect " + QByteArray::number(data.localPort()) + '\n');
+            QTRY_VERIFY(socket.canReadLine());
+            QCOMPARE(socket.readLine(), QByteArray("quorel2 ok\n"));
+            m_clock->advance(17);
+            QTRY_VERIFY(data.hasPendingDatagrams());
+            QCOMPARE(data.receiveDatagram().senderAddress(), address);
+        }
     }
 
     // --- faults
