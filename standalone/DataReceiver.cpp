@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 
 #include <net/if.h>
@@ -22,6 +23,12 @@ union SocketAddress {
     sockaddr_in v4;
     sockaddr_in6 v6;
 };
+
+qint64 nowUs()
+{
+    using namespace std::chrono;
+    return duration_cast<microseconds>(steady_clock::now().time_since_epoch()).count();
+}
 
 bool isV6(const QHostAddress &address)
 {
@@ -222,6 +229,12 @@ void DataReceiver::run()
     m_deliveringThread = std::thread::id();
 }
 
+double DataReceiver::linesPerSecond() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_rate.perSecond(nowUs());
+}
+
 void DataReceiver::drop(const QHostAddress &sender)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -263,6 +276,7 @@ void DataReceiver::deliverLine(const char *line)
     const std::string lineType(line, std::strcspn(line, " "));
 
     std::unique_lock<std::mutex> lock(m_mutex);
+    m_rate.add(nowUs());
     std::vector<Requester *> requesters;
     for (const Subscription &subscription : m_subscriptions) {
         if (subscription.lineType == lineType)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "LineRate.h"
+
 #include <QHostAddress>
 #include <QString>
 
@@ -46,6 +48,8 @@ public:
 
     /// Lines received since the start of the program, delivered or not.
     quint64 receivedLines() const { return m_receivedLines.load(std::memory_order_relaxed); }
+    /// How many come in a second; 0 once a second without any has passed.
+    double linesPerSecond() const;
     /// Datagrams since the start of the program that came from elsewhere than the source.
     quint64 droppedDatagrams() const { return m_droppedDatagrams.load(); }
     /// Who sent the first of them since start(); a null address if there was none.
@@ -67,11 +71,12 @@ private:
     void deliverLine(const char *line);
     bool isSubscribed(const std::string &lineType, const Requester *requester) const;
 
-    mutable std::mutex m_mutex; ///< guards the four below
+    mutable std::mutex m_mutex; ///< guards the five below
     std::vector<Subscription> m_subscriptions;
     Requester *m_receiving = nullptr; ///< to whom a delivery is under way
     quint64 m_deliveries = 0;         ///< how many have begun
     QHostAddress m_droppedSender;
+    LineRate m_rate;
     std::condition_variable m_deliveryEnded;
 
     std::unique_ptr<Socket> m_socket;

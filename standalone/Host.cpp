@@ -17,7 +17,7 @@ namespace {
 
 /// A single one may be an accident, in particular while the controller starts.
 constexpr int kMostVersionTimeOuts = 2;
-constexpr int kRateIntervalMs = 1000;
+constexpr int kRateIntervalMs = 250;
 
 void printLine(const QString &text)
 {
@@ -69,7 +69,6 @@ bool Host::start(QString *error)
 
     m_rateTimer.setInterval(kRateIntervalMs);
     connect(&m_rateTimer, &QTimer::timeout, this, &Host::updateDataRate);
-    m_rateClock.start();
     m_rateTimer.start();
 
     if (!m_options.demoFolder.isEmpty()) {
@@ -243,12 +242,7 @@ void Host::onStateChanged()
 
 void Host::updateDataRate()
 {
-    const quint64 lines = m_dataReceiver.receivedLines();
-    const double seconds = static_cast<double>(m_rateClock.restart()) / 1000.0;
-    if (seconds > 0.0)
-        m_window->setDataRate(static_cast<double>(lines - m_linesBefore) / seconds,
-                              m_dataReceiver.droppedDatagrams());
-    m_linesBefore = lines;
+    m_window->setDataRate(m_dataReceiver.linesPerSecond(), m_dataReceiver.droppedDatagrams());
     reportDroppedData();
 }
 

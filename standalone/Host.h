@@ -9,7 +9,6 @@
 
 #include <host/BackendVersions.h>
 
-#include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
 
@@ -63,8 +62,6 @@ private:
     std::unique_ptr<MainWindow> m_window;
     std::unique_ptr<Demo> m_demo;
     QTimer m_rateTimer;
-    QElapsedTimer m_rateClock;
-    quint64 m_linesBefore = 0;
     QHostAddress m_dataSource;     ///< from which data lines are taken
     QHostAddress m_reportedSender; ///< of data lines that were dropped
     int m_greeted = 0;             ///< the connection, by its count, that was greeted last

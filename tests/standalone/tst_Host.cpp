@@ -387,13 +387,20 @@ void HostTest::dataLinesAreCounted()
     QString error;
     QVERIFY2(host.start(&error), qPrintable(error));
     QCOMPARE(textOf(host.window(), "dataRateLabel"), QStringLiteral("Data lines: none"));
+    const auto rate = [&] {
+        return textOf(host.window(), "dataRateLabel")
+            .section(QRegularExpression(QStringLiteral("[ /]")), 2, 2)
+            .toDouble();
+    };
     whenDialogIsUp(&host, [&](QWidget *dialog) {
-        QTRY_VERIFY_WITH_TIMEOUT(
-            textOf(host.window(), "dataRateLabel") != QStringLiteral("Data lines: none"), kLimitMs);
+        // Lines that a busy machine holds up come at another rate for a while.
+        QTRY_VERIFY_WITH_TIMEOUT(rate() > 59.0 && rate() < 61.0, kLimitMs);
         dialog->close();
     });
     entry(host.window())->trigger();
     QVERIFY(calls().contains(QStringLiteral("exec returned")));
+    QTRY_COMPARE_WITH_TIMEOUT(textOf(host.window(), "dataRateLabel"),
+                              QStringLiteral("Data lines: none"), kLimitMs);
 }
 
 void HostTest::dataLinesFromElsewhereAreReportedOnce()
