@@ -168,6 +168,27 @@ private slots:
         QCOMPARE(scenarioOf(R"({"extends": "default", "bodies": []})").bodies.size(), 0);
     }
 
+    void theSameKeysInDifferentObjectsAreNoMistake()
+    {
+        // What looks like the end of a text or of an object is part of a text here.
+        const Scenario scenario =
+            scenarioOf("{\"bodies\": [{\"type\": \"standard\", \"markers\": []}, "
+                       "{\"type\": \"standard\", \"markers\": [], \"description\": \"},{\\\\\"}], "
+                       "\"types\": [{\"keyword\": \"standard\", \"description\": \"types\"}]}");
+        QCOMPARE(scenario.bodies.size(), 2);
+    }
+
+    void aReferenceMayBeABodyOrAnyOtherWords()
+    {
+        for (const QByteArray &reference :
+             {QByteArray("none"), QByteArray("room"), QByteArray("fixed frame"),
+              QByteArray("STANDARD b01"), QByteArray("vimbar b02"), QByteArray("standard b3")}) {
+            const Scenario scenario = scenarioOf(
+                "{\"extends\": \"default\", \"tracking\": {\"reference\": \"" + reference + "\"}}");
+            QCOMPARE(scenario.reference, reference);
+        }
+    }
+
     void emissionsAreBroughtToUnitLength()
     {
         const Scenario scenario = scenarioOf(R"({"bodies": [{"type": "standard",
@@ -195,6 +216,12 @@ private slots:
              "line 3, column 1"},
             {"unfinished", "{\"backend\": \"1.17\"", "line 1, column 1"},
             {"behind the end", "{} {}", "line 1, column "},
+            {"key twice", "{\"backend\": \"1.17\",\n  \"types\": [],\n   \"backend\": \"1.18\"}",
+             "line 3, column 4: key \"backend\" for the second time"},
+            {"key twice inside", body("\"markers\": [], \"description\": \"{\", \"markers\": []"),
+             "line 1, column 104: key \"markers\" for the second time"},
+            {"key twice, differently written", "{\"types\": [], \"ty\\u0070es\": []}",
+             "line 1, column 15: key \"types\" for the second time"},
             {"list at the top", "[]", "line 1, column 1: object expected"},
             {"unknown key", R"({"bodys": []})", "bodys: unknown key"},
             {"unknown key inside", R"({"tracking": {"availble": true}})",
@@ -218,6 +245,17 @@ private slots:
              "tracking.reference: words joined by single blanks"},
             {"reference with two blanks", R"({"tracking": {"reference": "a  b"}})",
              "tracking.reference: words joined by single blanks"},
+            {"reference that is not there", R"({"tracking": {"reference": "standard b01"}})",
+             "tracking.reference: there is no such body"},
+            {"reference beyond the last body",
+             R"({"extends": "default", "tracking": {"reference": "vimbar b03"}})",
+             "tracking.reference: there is no such body"},
+            {"reference of no type",
+             R"({"extends": "default", "tracking": {"reference": "ghost b01"}})",
+             "tracking.reference: there is no such body"},
+            {"reference with number zero",
+             R"({"extends": "default", "tracking": {"reference": "standard b00"}})",
+             "tracking.reference: there is no such body"},
             {"measuring without tracking",
              R"({"tracking": {"available": false, "measuring": true}})",
              "tracking.measuring: tracking is not available"},
