@@ -146,8 +146,10 @@ private slots:
             << QStringList{"--lisen", "127.0.0.1:0"} << QByteArray("lisen");
         QTest::newRow("superfluous argument")
             << QStringList{"scenario.json"} << QByteArray("unexpected argument 'scenario.json'");
-        QTest::newRow("address without port")
-            << QStringList{"--listen", "127.0.0.1"} << QByteArray("--listen wants HOST:PORT");
+        const QByteArray listen =
+            "--listen wants a numeric address or localhost, and a port: 127.0.0.1:42200";
+        QTest::newRow("address without port") << QStringList{"--listen", "127.0.0.1"} << listen;
+        QTest::newRow("name of a machine") << QStringList{"--listen", "tracker:42200"} << listen;
         QTest::newRow("option without value") << QStringList{"--listen"} << QByteArray("listen");
         QTest::newRow("address of another machine")
             << QStringList{"--listen", "192.0.2.1:4000"}
