@@ -33,6 +33,12 @@ bool isStandard(const ControllerBody &body)
     return body.type == "standard";
 }
 
+QByteArray documentText()
+{
+    QFile file(QStringLiteral(QUOREL2_SOURCE_DIR "/docs/scenario.md"));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
 } // namespace
 
 class tst_Scenario : public QObject {
@@ -149,6 +155,86 @@ private slots:
         QCOMPARE(scenario.requestFaults[0].request, QByteArray("quorel2 set"));
         QCOMPARE(scenario.requestFaults[0].times, -1);
         QVERIFY(scenario.dataFault == DataFault::Silent);
+    }
+
+    void theExampleOfTheDocumentIsRead()
+    {
+        const QByteArray document = documentText();
+        QVERIFY(!document.isEmpty());
+        const QByteArray opening = "```json\n";
+        const int begin = document.indexOf(opening) + opening.size();
+        QVERIFY(begin >= opening.size());
+        const int end = document.indexOf("```", begin);
+        QVERIFY(end > begin);
+        QCOMPARE(document.count(opening), 1);
+        const QByteArray example = document.mid(begin, end - begin);
+        const Scenario scenario = scenarioOf(example);
+        QCOMPARE(scenario.backend.toText(), QByteArray("1.17.2"));
+        QCOMPARE(scenario.reference, QByteArray("standard b02"));
+        QCOMPARE(scenario.types.size(), 2);
+        QCOMPARE(scenario.bodies.size(), 3);
+        QCOMPARE(scenario.bodies[0].markers.size(), 4);
+        QCOMPARE(scenario.bodies[0].markers[2].emission.angleDeg, 45.0);
+        QVERIFY(scenario.bodies[1].motion == Motion::Still);
+        QVERIFY(!scenario.bodies[2].calibrated);
+        QCOMPARE(scenario.activeOutputs, (QVector<QByteArray>{"6d", "6df2"}));
+        QCOMPARE(scenario.requestFaults.size(), 1);
+        // It is complete: nothing is left that it does not show, except what it would build on.
+        const auto shows = [&example](const char *key) {
+            return example.contains('"' + QByteArray(key) + '"');
+        };
+        for (const char *key : {"backend",
+                                "configuration",
+                                "changeable",
+                                "tracking",
+                                "available",
+                                "measuring",
+                                "reference",
+                                "vimbar",
+                                "multiUserAvailable",
+                                "multiUser",
+                                "multiUserWithHeadAvailable",
+                                "multiUserWithHead",
+                                "output6df",
+                                "output",
+                                "active",
+                                "omitUntracked",
+                                "types",
+                                "keyword",
+                                "description",
+                                "bodies",
+                                "type",
+                                "calibrated",
+                                "targetType",
+                                "motion",
+                                "position",
+                                "anglesDeg",
+                                "markers",
+                                "emissions",
+                                "faults",
+                                "replies",
+                                "reply",
+                                "kind",
+                                "delayMs",
+                                "requests",
+                                "request",
+                                "times",
+                                "dataLines",
+                                "setups"})
+            QVERIFY2(shows(key), key);
+    }
+
+    void theDocumentNamesEveryChoice()
+    {
+        const QByteArray document = documentText();
+        QStringList names = Scenario::setupNames();
+        names << QStringLiteral("moving") << QStringLiteral("still") << QStringLiteral("lost")
+              << QStringLiteral("blinking") << QStringLiteral("error") << QStringLiteral("garbage")
+              << QStringLiteral("silence") << QStringLiteral("delay") << QStringLiteral("overLong")
+              << QStringLiteral("disconnect") << QStringLiteral("none") << QStringLiteral("silent")
+              << QStringLiteral("cut") << QStringLiteral("extends");
+        for (const QString &name : qAsConst(names))
+            QVERIFY2(document.contains('`' + name.toLatin1() + '`'), qPrintable(name));
     }
 
     void anEmptyScenarioHasTheTypesAndNoBodies()
