@@ -508,7 +508,7 @@ void HostTest::aHostThatCouldNotStartEndsToo()
 
 void HostTest::itStartsAndEndsManyTimes()
 {
-    for (int run = 0; run < 10; ++run) {
+    for (int run = 0; run < 100; ++run) {
         Host host(testOptions());
         QString error;
         QVERIFY2(host.start(&error), qPrintable(error));
@@ -517,7 +517,7 @@ void HostTest::itStartsAndEndsManyTimes()
         host.end();
         host.end();
     }
-    QCOMPARE(calls().count(QStringLiteral("cleanup")), 10);
+    QCOMPARE(calls().count(QStringLiteral("cleanup")), 100);
 }
 
 void HostTest::aDemonstrationWithoutControllerIsAnError()
