@@ -961,10 +961,12 @@ void BodyAdjustmentDialog::on_pushButton_deleteMarker_clicked()
         return;
     const int marker = m_canvas->selectedMarkerNumber();
     const QPointer<BodyAdjustmentDialog> guard(this);
+    const bool wasVisible = isVisible();
     const QMessageBox::StandardButton answer =
         runBox(QMessageBox::Question, tr("QUOREL4"), tr("Delete selected marker?"),
                QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::Cancel);
-    if (!guard || answer != QMessageBox::Ok)
+    // The host may have ended or hidden the dialog meanwhile.
+    if (!guard || answer != QMessageBox::Ok || (wasVisible && !isVisible()))
         return;
     m_deletions.add(m_inCanvas, m_loaded, marker);
     deleteMarker(marker);
