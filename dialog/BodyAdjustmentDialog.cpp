@@ -23,6 +23,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace {
 
@@ -260,6 +261,7 @@ int BodyAdjustmentDialog::update_and_exec()
         return QDialog::Rejected;
     }
     m_running = true;
+    m_hasBeenShown = false;
 
     m_readOnly = m_session.readConfigurationLocked();
     if (m_readOnly) {
@@ -335,11 +337,23 @@ int BodyAdjustmentDialog::update_and_exec()
         restoreController();
         answerRequest();
     }
+    const QVector<Request> waiting = std::exchange(m_waitingRequests, {});
+    for (const Request &request : waiting) {
+        QMetaObject::invokeMethod(
+            this,
+            [this, request] { onReceiveOpenBodyAdjustmentDialog(request.source, request.body); },
+            Qt::QueuedConnection);
+    }
     return result;
 }
 
 void BodyAdjustmentDialog::onReceiveOpenBodyAdjustmentDialog(QString src, QString msg)
 {
+    if (m_running && m_hasBeenShown && !isVisible()) {
+        // It is closed, but the opening before has not returned yet.
+        m_waitingRequests.append({src, msg});
+        return;
+    }
     if (m_running) {
         raise();
         activateWindow();
@@ -388,6 +402,7 @@ bool BodyAdjustmentDialog::selectRequestedBody()
 
 void BodyAdjustmentDialog::showEvent(QShowEvent *event)
 {
+    m_hasBeenShown = true;
     m_session.subscribe(this);
     m_subscribed = true;
     m_session.startMeasurement();
