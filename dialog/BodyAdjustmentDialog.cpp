@@ -25,6 +25,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace {
 
@@ -267,6 +268,7 @@ int BodyAdjustmentDialog::update_and_exec()
         return QDialog::Rejected;
     }
     m_running = true;
+    m_hasBeenShown = false;
 
     m_readOnly = m_session.readConfigurationLocked();
     if (m_readOnly) {
@@ -343,11 +345,23 @@ int BodyAdjustmentDialog::update_and_exec()
         restoreController();
         answerRequest();
     }
+    const QVector<Request> waiting = std::exchange(m_waitingRequests, {});
+    for (const Request &request : waiting) {
+        QMetaObject::invokeMethod(
+            this,
+            [this, request] { onReceiveOpenBodyAdjustmentDialog(request.source, request.body); },
+            Qt::QueuedConnection);
+    }
     return result;
 }
 
 void BodyAdjustmentDialog::onReceiveOpenBodyAdjustmentDialog(QString src, QString msg)
 {
+    if (m_running && m_hasBeenShown && !isVisible()) {
+        // It is closed, but the opening before has not returned yet.
+        m_waitingRequests.append({src, msg});
+        return;
+    }
     if (m_running) {
         raise();
         activateWindow();
@@ -396,6 +410,7 @@ bool BodyAdjustmentDialog::selectRequestedBody()
 
 void BodyAdjustmentDialog::showEvent(QShowEvent *event)
 {
+    m_hasBeenShown = true;
     m_session.subscribe(this);
     m_subscribed = true;
     m_session.startMeasurement();
@@ -1009,10 +1024,12 @@ void BodyAdjustmentDialog::on_pushButton_deleteMarker_clicked()
         return;
     const int marker = m_canvas->selectedMarkerNumber();
     const QPointer<BodyAdjustmentDialog> guard(this);
+    const bool wasVisible = isVisible();
     const QMessageBox::StandardButton answer =
         runBox(QMessageBox::Question, tr("QUOREL4"), tr("Delete selected marker?"),
                QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::Cancel);
-    if (!guard || answer != QMessageBox::Ok)
+    // The host may have ended or hidden the dialog meanwhile.
+    if (!guard || answer != QMessageBox::Ok || (wasVisible && !isVisible()))
         return;
     m_deletions.add(m_inCanvas, m_loaded, marker);
     deleteMarker(marker);

@@ -18,6 +18,7 @@
 #include <QMessageBox>
 #include <QPixmap>
 #include <QString>
+#include <QVector>
 
 #include <memory>
 
@@ -193,6 +194,7 @@ private:
     bool m_readOnly = false;
     bool m_online = false;
     bool m_running = false;         ///< between opening and the end of exec()
+    bool m_hasBeenShown = false;    ///< since the last opening
     bool m_controllerTaken = false; ///< multi-user and reference are to be restored
     bool m_subscribed = false;
     bool m_unknownTypeBoxOpen = false;
@@ -211,6 +213,11 @@ private:
 
     QString m_requestingModule;
     QString m_requestedBody;
+    struct Request {
+        QString source;
+        QString body;
+    };
+    QVector<Request> m_waitingRequests; ///< that came while the dialog was closing
 
     ChosenBodyTracking m_tracking;
 };

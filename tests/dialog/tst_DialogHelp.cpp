@@ -1,0 +1,134 @@
+#include "DialogFixture.h"
+
+#include <dialog/BodyAdjustmentDialog.h>
+#include <model/abcBody.h>
+#include <tests/support/TestMain.h>
+#include <view/GLCanvas.h>
+#include <widgets/HelpDialog.h>
+
+#include <QApplication>
+#include <QPointer>
+#include <QPushButton>
+#include <QTimer>
+#include <QtTest>
+
+class TestDialogHelp : public QObject {
+    Q_OBJECT
+
+private:
+    std::unique_ptr<DialogFixture> m_fixture;
+    DialogFixture &fixture() { return *m_fixture; }
+    FakeHost &host() { return m_fixture->host; }
+    BodyAdjustmentDialog *dialog() { return m_fixture->dialog.get(); }
+
+    static HelpDialog *openHelp()
+    {
+        return qobject_cast<HelpDialog *>(QApplication::activeModalWidget());
+    }
+    void whenHelpIsOpen(const std::function<void(HelpDialog *)> &script)
+    {
+        auto *timer = new QTimer(&fixture());
+        connect(timer, &QTimer::timeout, this, [=] {
+            if (!openHelp() || !openHelp()->isVisible())
+                return;
+            timer->stop();
+            timer->deleteLater();
+            QVERIFY(QTest::qWaitForWindowActive(openHelp()));
+            script(openHelp());
+        });
+        timer->start(5);
+    }
+
+private slots:
+    void init() { m_fixture = std::make_unique<DialogFixture>(); }
+    void cleanup() { m_fixture.reset(); }
+
+    void theHelpIsOpenAboveTheDialogUntilItIsClosed_data()
+    {
+        QTest::addColumn<bool>("byKey");
+        QTest::addColumn<int>("key");
+        QTest::addColumn<Qt::KeyboardModifiers>("modifiers");
+        QTest::newRow("button, Alt+X")
+            << false << int(Qt::Key_X) << Qt::KeyboardModifiers(Qt::AltModifier);
+        QTest::newRow("button, Escape")
+            << false << int(Qt::Key_Escape) << Qt::KeyboardModifiers(Qt::NoModifier);
+        QTest::newRow("Alt+H, Alt+X")
+            << true << int(Qt::Key_X) << Qt::KeyboardModifiers(Qt::AltModifier);
+    }
+
+    void theHelpIsOpenAboveTheDialogUntilItIsClosed()
+    {
+        QFETCH(bool, byKey);
+        QFETCH(int, key);
+        QFETCH(Qt::KeyboardModifiers, modifiers);
+        fixture().session([&] {
+            fixture().choose(DialogFixture::Wand);
+            fixture().typeValue("body_pos_xyzWidget", 0, "10\r");
+            host().clearRecords();
+            QPointer<HelpDialog> help;
+            bool wasShown = false;
+            whenHelpIsOpen([&](HelpDialog *opened) {
+                help = opened;
+                wasShown = true;
+                QCOMPARE(opened->parentWidget(), static_cast<QWidget *>(dialog()));
+                QVERIFY(opened->isModal());
+                QCOMPARE(opened->size(), QSize(768, 350));
+                QCOMPARE(opened->windowTitle(), QStringLiteral("Body Adjustment Help"));
+                QVERIFY(dialog()->isVisible());
+                QTest::keyClick(opened->windowHandle(), Qt::Key(key), modifiers);
+                const bool closed = QTest::qWaitFor([&] { return !help || !help->isVisible(); });
+                if (!closed)
+                    help->close();
+                QVERIFY(closed);
+            });
+            if (byKey) {
+                QTest::keyClick(dialog()->windowHandle(), Qt::Key_H, Qt::AltModifier);
+                QTRY_VERIFY(wasShown);
+            } else {
+                fixture().click("help_button");
+            }
+            QVERIFY(wasShown);
+            QTRY_VERIFY(!help);
+            QVERIFY(dialog()->isVisible());
+            QCOMPARE(fixture().canvas()->body().undoCount(), 1);
+            QVERIFY(fixture().isEnabled("apply_button"));
+            QVERIFY(host().transcript.isEmpty());
+        });
+    }
+
+    void theHelpCanBeOpenedAgain()
+    {
+        fixture().session([&] {
+            int opened = 0;
+            for (int i = 0; i < 3; ++i) {
+                whenHelpIsOpen([&](HelpDialog *help) {
+                    ++opened;
+                    help->close();
+                });
+                fixture().click("help_button");
+                QVERIFY(!openHelp());
+            }
+            QCOMPARE(opened, 3);
+            // Nothing is left of them.
+            QVERIFY(dialog()->findChildren<HelpDialog *>().isEmpty());
+        });
+    }
+
+    void theBodyIsFollowedWhileTheHelpIsOpen()
+    {
+        fixture().session([&] {
+            fixture().choose(DialogFixture::Plain);
+            fixture().child<QAbstractButton>("online_checkbox")->click();
+            whenHelpIsOpen([&](HelpDialog *help) {
+                QCOMPARE(host().deliver("6d", "6d 1 [1 1.000][1 2 3][0 1 0 -1 0 0 0 0 1]"), 0);
+                QTRY_VERIFY(fixture().canvas()->isTracked());
+                help->close();
+            });
+            fixture().click("help_button");
+            QVERIFY(fixture().canvas()->isTracked());
+        });
+    }
+};
+
+QUOREL2_TEST_MAIN(TestDialogHelp)
+#include "tst_DialogHelp.moc"
