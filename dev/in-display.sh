@@ -1,8 +1,16 @@
 #!/usr/bin/env bash
 # Runs a command on the current display beside a window manager, so that windows get the focus.
 set -uo pipefail
-openbox --sm-disable >/dev/null 2>&1 &
+# A window that is mapped while the manager starts may never be shown.
+ready=$(mktemp -d)
+openbox --sm-disable --startup "touch $ready/managing" >/dev/null 2>&1 &
 manager=$!
+for ((attempt = 0; attempt < 500; ++attempt)); do
+    [[ -e $ready/managing ]] && break
+    kill -0 "$manager" 2>/dev/null || break
+    sleep 0.02
+done
+rm -rf "$ready"
 "$@"
 status=$?
 kill "$manager" 2>/dev/null
