@@ -3,15 +3,19 @@
 #
 # TEST_LC_ALL and TEST_LOCPATH are the command's locale: the shell itself does not know it.
 set -uo pipefail
-openbox --sm-disable >/dev/null 2>&1 &
+# A window that is mapped while the manager starts may never be shown.
+ready=$(mktemp -d)
+openbox --sm-disable --startup "touch $ready/managing" >/dev/null 2>&1 &
 manager=$!
-for ((i = 0; i < 100; ++i)); do
-    xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id' && break
-    sleep 0.05
+for ((attempt = 0; attempt < 500; ++attempt)); do
+    [[ -e $ready/managing ]] && break
+    kill -0 "$manager" 2>/dev/null || break
+    sleep 0.02
 done
+rm -rf "$ready"
 locale=()
 [[ -n ${TEST_LC_ALL:-} ]] && locale=(env LC_ALL="$TEST_LC_ALL" LOCPATH="${TEST_LOCPATH:-}")
-"${locale[@]}" "$@"
+${locale[@]+"${locale[@]}"} "$@"
 status=$?
 kill "$manager" 2>/dev/null
 wait "$manager" 2>/dev/null

@@ -3,6 +3,7 @@
 
 #include <view/GLCanvas.h>
 
+#include <model/abcLine.h>
 #include <model/abcMarker.h>
 
 #include <QApplication>
@@ -73,6 +74,15 @@ bool setScene(GLCanvas &canvas, const char *name)
         showEverything(canvas);
         return true;
     }
+    if (is("line")) {
+        canvas.resize(800, 200);
+        canvas.setBody({{-40.0, 0.0, 0.0}, {60.0, 0.0, 0.0}}, {});
+        canvas.select(canvas.body().markers()[0]);
+        canvas.select(canvas.body().markers()[1]);
+        canvas.introduceLine();
+        canvas.select(canvas.body().lines()[0]);
+        return true;
+    }
     return false;
 }
 
@@ -100,6 +110,8 @@ int main(int argc, char **argv)
         canvas.updateGL();
         if (std::strcmp(argv[1], "pick") == 0)
             canvas.pick(QPoint(100, 150));
+        else if (std::strcmp(argv[1], "line") == 0)
+            canvas.pick(QPoint(430, 90));
         QApplication::quit();
     });
     timer.start(1);

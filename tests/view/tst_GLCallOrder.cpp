@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 namespace {
 
@@ -18,9 +19,9 @@ constexpr bool kPreloadsAreAllowed = true;
 #endif
 
 /// A number as the expectations below write it: five digits, no negative zero.
-QString rounded(const QString &number)
+QString rounded(const QString &number, int digits = 5)
 {
-    const QString text = QString::number(number.toDouble(), 'g', 5);
+    const QString text = QString::number(number.toDouble(), 'g', digits);
     if (text == QLatin1String("-0") || qAbs(number.toDouble()) < 1e-9)
         return QStringLiteral("0");
     return text;
@@ -46,7 +47,40 @@ QString plain(const QString &call)
     return result + text.mid(end);
 }
 
-/// Sums up what is drawn between two other calls: the primitives in order, how large they are.
+using Triple = std::array<double, 3>;
+
+/// Surfaces come in single precision.
+QString range(double minimum, double maximum)
+{
+    return QStringLiteral("%1..%2").arg(rounded(QString::number(minimum, 'g', 9), 4),
+                                        rounded(QString::number(maximum, 'g', 9), 4));
+}
+
+QString box(const Triple &minimum, const Triple &maximum)
+{
+    return QStringLiteral("x %1, y %2, z %3")
+        .arg(range(minimum[0], maximum[0]), range(minimum[1], maximum[1]),
+             range(minimum[2], maximum[2]));
+}
+
+/// The smallest and the largest coordinates of some points.
+class Extent {
+public:
+    void add(const Triple &point)
+    {
+        for (std::size_t i = 0; i < 3; ++i) {
+            minimum[i] = std::min(minimum[i], point[i]);
+            maximum[i] = std::max(maximum[i], point[i]);
+        }
+    }
+    QString text() const { return box(minimum, maximum); }
+
+    Triple minimum = {1e9, 1e9, 1e9};
+    Triple maximum = {-1e9, -1e9, -1e9};
+};
+
+/// Sums up what is drawn between two other calls: the primitives in order, where they lie, and
+/// whether their normals show outward. Of quads each single face.
 class Geometry {
 public:
     bool isEmpty() const { return m_batches.isEmpty(); }
@@ -56,14 +90,15 @@ public:
         m_mode = mode;
         m_count = 0;
     }
-    void vertex(const QStringList &coordinates)
+    void normal(const Triple &direction)
+    {
+        m_normal = direction;
+        m_hasNormals = true;
+    }
+    void vertex(const Triple &position)
     {
         ++m_count;
-        for (int i = 0; i < 3; ++i) {
-            const double value = coordinates.value(i).toDouble();
-            m_minimum[i] = std::min(m_minimum[i], value);
-            m_maximum[i] = std::max(m_maximum[i], value);
-        }
+        m_vertices.append({position, m_normal});
     }
     void end()
     {
@@ -77,21 +112,80 @@ public:
         QString text;
         for (const auto &batch : qAsConst(m_batches))
             text += QStringLiteral("%1 %2, ").arg(batch.second).arg(batch.first);
-        const auto range = [this](int i) {
-            return QStringLiteral("%1..%2").arg(rounded(QString::number(m_minimum[i], 'g', 9)),
-                                                rounded(QString::number(m_maximum[i], 'g', 9)));
-        };
-        text += QStringLiteral("y %1, z %2").arg(range(1), range(2));
+        text += m_mode == QLatin1String("GL_QUADS") ? faces() : extents();
         *this = Geometry();
         return text;
     }
 
 private:
+    struct Vertex {
+        Triple position;
+        Triple normal;
+    };
+
+    QString extents() const
+    {
+        Extent positions;
+        for (const Vertex &vertex : m_vertices)
+            positions.add(vertex.position);
+        if (!m_hasNormals)
+            return positions.text();
+
+        // What is drawn is convex: its normals show away from its middle.
+        Extent normals;
+        bool areUnits = true;
+        bool areOutward = true;
+        for (const Vertex &vertex : m_vertices) {
+            normals.add(vertex.normal);
+            double squaredLength = 0.0;
+            double outward = 0.0;
+            for (std::size_t i = 0; i < 3; ++i) {
+                const double middle = (positions.minimum[i] + positions.maximum[i]) / 2.0;
+                squaredLength += vertex.normal[i] * vertex.normal[i];
+                outward += vertex.normal[i] * (vertex.position[i] - middle);
+            }
+            areUnits = areUnits && std::abs(squaredLength - 1.0) < 1e-4;
+            areOutward = areOutward && outward > 0.0;
+        }
+        return QStringLiteral("%1, %2 normals %3, z %4")
+            .arg(positions.text(), areUnits ? QStringLiteral("unit") : QStringLiteral("other"),
+                 areOutward ? QStringLiteral("outward") : QStringLiteral("elsewhere"),
+                 range(normals.minimum[2], normals.maximum[2]));
+    }
+
+    QString faces() const
+    {
+        QStringList result;
+        for (int first = 0; first + 3 < m_vertices.size(); first += 4) {
+            Extent corners;
+            for (int i = first; i < first + 4; ++i)
+                corners.add(m_vertices[i].position);
+            QStringList normal;
+            bool isOneNormal = true;
+            bool isParallelogram = true;
+            for (std::size_t i = 0; i < 3; ++i) {
+                const double n = m_vertices[first].normal[i];
+                normal.append(rounded(QString::number(n, 'g', 9)));
+                for (int k = 1; k < 4; ++k)
+                    isOneNormal = isOneNormal && m_vertices[first + k].normal[i] == n;
+                const auto at = [&](int k) { return m_vertices[first + k].position[i]; };
+                isParallelogram = isParallelogram && std::abs(at(0) + at(2) - at(1) - at(3)) < 1e-4;
+            }
+            result.append(QStringLiteral("(%1) %2%3%4")
+                              .arg(normal.join(QLatin1Char(' ')), corners.text(),
+                                   isOneNormal ? QString() : QStringLiteral(" several normals"),
+                                   isParallelogram ? QString() : QStringLiteral(" crossed")));
+        }
+        result.sort();
+        return result.join(QStringLiteral("; "));
+    }
+
     QString m_mode;
     int m_count = 0;
     QVector<QPair<QString, int>> m_batches;
-    std::array<double, 3> m_minimum = {1e9, 1e9, 1e9};
-    std::array<double, 3> m_maximum = {-1e9, -1e9, -1e9};
+    QVector<Vertex> m_vertices;
+    Triple m_normal = {0.0, 0.0, 0.0};
+    bool m_hasNormals = false;
 };
 
 /// The calls of a trace without what concerns the window system.
@@ -111,17 +205,22 @@ QStringList readCalls(const QString &dump)
             calls.append(QStringLiteral("swap"));
             continue;
         }
-        if (name.startsWith(QLatin1String("glX")) || name.startsWith(QLatin1String("glNormal")) ||
+        if (name.startsWith(QLatin1String("glX")) ||
             match.captured(4).contains(QLatin1String("fake")))
             continue;
+        const auto triple = [&match] {
+            Triple result = {0.0, 0.0, 0.0};
+            auto values = arguments.globalMatch(match.captured(2));
+            for (std::size_t i = 0; i < 3 && values.hasNext(); ++i)
+                result[i] = values.next().captured(1).toDouble();
+            return result;
+        };
         if (name == QLatin1String("glBegin")) {
             geometry.begin(match.captured(2).section(QStringLiteral(" = "), 1));
         } else if (name.startsWith(QLatin1String("glVertex"))) {
-            QStringList coordinates;
-            auto values = arguments.globalMatch(match.captured(2));
-            while (values.hasNext())
-                coordinates.append(values.next().captured(1));
-            geometry.vertex(coordinates);
+            geometry.vertex(triple());
+        } else if (name.startsWith(QLatin1String("glNormal"))) {
+            geometry.normal(triple());
         } else if (name == QLatin1String("glEnd")) {
             geometry.end();
         } else {
@@ -147,20 +246,25 @@ QStringList translated(double x, double y, double z)
     return {QStringLiteral("glTranslated(%1, %2, %3)").arg(x).arg(y).arg(z)};
 }
 
-QStringList cylinder(int slices, int stacks, double radius, double height)
+QStringList cylinder(int slices, int stacks, double base, double top, double height)
 {
-    return {QStringLiteral("%1 GL_QUAD_STRIP/%2, y %3..%4, z 0..%5")
+    const double radius = std::max(base, top);
+    // The slices begin at y; not every number of them has one at x.
+    double reach = 0.0;
+    for (int i = 0; i < slices; ++i)
+        reach = std::max(reach, radius * std::sin(2.0 * M_PI * i / slices));
+    const double slope = (base - top) / std::hypot(base - top, height);
+    return {QStringLiteral("%1 GL_QUAD_STRIP/%2, %3, unit normals outward, z %4")
                 .arg(stacks)
                 .arg(2 * (slices + 1))
-                .arg(rounded(QString::number(-radius)), rounded(QString::number(radius)),
-                     rounded(QString::number(height)))};
+                .arg(box({-reach, -radius, 0.0}, {reach, radius, height}), range(slope, slope))};
 }
 
 /// One axis: the shaft, then the head at its end.
 QStringList arrow(double length)
 {
-    return cylinder(16, 1, length / 80.0, length) + translated(0, 0, length) +
-           cylinder(16, 1, length / 10.0, length / 5.0);
+    return cylinder(16, 1, length / 80.0, length / 80.0, length) + translated(0, 0, length) +
+           cylinder(16, 1, length / 10.0, 0.0, length / 5.0);
 }
 
 QStringList axes(double length)
@@ -186,17 +290,17 @@ QStringList grid()
 {
     return lines("glDisable(GL_LIGHTING)\n"
                  "glLineWidth(1)\n"
-                 "1 GL_LINES/164, y -500..500, z 0..0");
+                 "1 GL_LINES/164, x -500..500, y -500..500, z 0..0");
 }
 
 QStringList sphere(int divisions, double radius)
 {
-    return {QStringLiteral("2 GL_TRIANGLE_FAN/%1, %2 GL_QUAD_STRIP/%3, y %4..%5, z %4..%5")
+    return {QStringLiteral("2 GL_TRIANGLE_FAN/%1, %2 GL_QUAD_STRIP/%3, %4, "
+                           "unit normals outward, z -1..1")
                 .arg(divisions + 2)
                 .arg(divisions - 2)
                 .arg(2 * (divisions + 1))
-                .arg(-radius)
-                .arg(radius)};
+                .arg(box({-radius, -radius, -radius}, {radius, radius, radius}))};
 }
 
 QStringList placedSphere(double x, int divisions, double radius)
@@ -209,11 +313,21 @@ const char *kIdentity = "glMultMatrixd({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0
 const char *kView = "glMultMatrixd({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, -300, 1})";
 const char *kRoom = "glMultMatrixd({0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1})";
 
+/// From x = -40 to x = 60.
 QStringList prism(double width)
 {
+    const double h = width / 2.0;
+    QStringList faces = {
+        QStringLiteral("(-1 0 0) ") + box({-40, -h, -h}, {-40, h, h}),
+        QStringLiteral("(1 0 0) ") + box({60, -h, -h}, {60, h, h}),
+        QStringLiteral("(0 -1 0) ") + box({-40, -h, -h}, {60, -h, h}),
+        QStringLiteral("(0 1 0) ") + box({-40, h, -h}, {60, h, h}),
+        QStringLiteral("(0 0 -1) ") + box({-40, -h, -h}, {60, h, -h}),
+        QStringLiteral("(0 0 1) ") + box({-40, -h, h}, {60, h, h}),
+    };
+    faces.sort();
     return lines("glPushMatrix()") + lines(kIdentity) +
-           QStringList{
-               QStringLiteral("1 GL_QUADS/24, y %1..%2, z %1..%2").arg(-width / 2).arg(width / 2)} +
+           QStringList{QStringLiteral("1 GL_QUADS/24, ") + faces.join(QStringLiteral("; "))} +
            lines("glPopMatrix()");
 }
 
@@ -226,31 +340,34 @@ QStringList emission(double x, const char *rotation, bool backward, bool small)
     const QStringList place =
         lines("glColor3d(1, 1, 1)\nglPushMatrix()") + translated(x, 0, 0) + lines(rotation);
     return lines("glPolygonMode(GL_FRONT_AND_BACK, GL_FILL)\nglEnable(GL_LIGHTING)") + place +
-           cylinder(14, 1, 0.3125, length + 4.5) + translated(0, 0, length + 4.5) +
-           cylinder(14, 1, 2.5, 5.0) + lines("glPopMatrix()") + place +
+           cylinder(14, 1, 0.3125, 0.3125, length + 4.5) + translated(0, 0, length + 4.5) +
+           cylinder(14, 1, 2.5, 0.0, 5.0) + lines("glPopMatrix()") + place +
            (backward ? translated(0, 0, -height) : QStringList()) +
-           cylinder(20, 20, radius, height) + lines("glPopMatrix()");
+           cylinder(20, 20, backward ? radius : 0.0, backward ? 0.0 : radius, height) +
+           lines("glPopMatrix()");
+}
+
+QStringList outline(const QStringList &object)
+{
+    return lines("glPolygonMode(GL_FRONT_AND_BACK, GL_LINE)\n"
+                 "glDisable(GL_LIGHTING)\n"
+                 "glLineWidth(1)") +
+           object +
+           lines("glEnable(GL_LIGHTING)\n"
+                 "glPolygonMode(GL_FRONT_AND_BACK, GL_FILL)");
 }
 
 QStringList everything(bool small)
 {
     const double radius = small ? 3.0 : 10.0;
     const double width = small ? 1.5 : 6.0;
-    const auto highlight = [&](double x) {
-        return lines("glPolygonMode(GL_FRONT_AND_BACK, GL_LINE)\n"
-                     "glDisable(GL_LIGHTING)\n"
-                     "glLineWidth(1)") +
-               placedSphere(x, 8, radius * 1.2) +
-               lines("glEnable(GL_LIGHTING)\n"
-                     "glPolygonMode(GL_FRONT_AND_BACK, GL_FILL)");
-    };
     QStringList calls;
     calls += lines("glClear(GL_DEPTH_BUFFER_BIT | GL_COLOR_BUFFER_BIT)\nglPushMatrix()");
     calls += lines(kView);
     calls += lines("glColor3ub(255, 255, 255)\n"
                    "glPointSize(5)\n"
                    "glDisable(GL_LIGHTING)\n"
-                   "1 GL_POINTS/1, y 0..0, z 0..0");
+                   "1 GL_POINTS/1, x 0..0, y 0..0, z 0..0");
     calls += axes(40.0);
     calls += lines(kRoom);
     calls += translated(-10, 0, 0);
@@ -266,7 +383,7 @@ QStringList everything(bool small)
                    "glColor3d(1, 0, 0)\n"
                    "glColor3d(0, 1, 0)\n"
                    "glColor3d(0, 0, 1)\n"
-                   "1 GL_LINES/6, y -250..250, z -250..250\n"
+                   "1 GL_LINES/6, x -250..250, y -250..250, z -250..250\n"
                    "glDisable(GL_LINE_STIPPLE)\n"
                    "glColor3ub(255, 255, 0)");
     calls += grid();
@@ -291,9 +408,9 @@ QStringList everything(bool small)
     calls += prism(width);
     // The selection.
     calls += lines("glColor3ub(255, 255, 255)");
-    calls += highlight(-40);
+    calls += outline(placedSphere(-40, 8, radius * 1.2));
     calls += lines("glColor3ub(128, 128, 128)");
-    calls += highlight(60);
+    calls += outline(placedSphere(60, 8, radius * 1.2));
     calls += lines("glPopMatrix()\nglFlush()");
     return calls;
 }
@@ -310,11 +427,14 @@ private slots:
     void suspendedFrame();
     void frameWithEverything();
     void frameWithSmallMarkers();
+    void frameWithSelectedLine();
     void pick();
+    void pickInAWideView();
 
 private:
     QStringList trace(const char *scene);
     QStringList lastFrame(const char *scene);
+    QStringList callsOfPick(const char *scene);
     void compare(const QStringList &actual, const QStringList &expected);
 
     QTemporaryDir m_directory;
@@ -428,16 +548,52 @@ void tst_GLCallOrder::frameWithSmallMarkers()
     compare(lastFrame("small"), everything(true));
 }
 
-void tst_GLCallOrder::pick()
+void tst_GLCallOrder::frameWithSelectedLine()
 {
-    QStringList calls = trace("pick");
+    QStringList expected =
+        lines("glClear(GL_DEPTH_BUFFER_BIT | GL_COLOR_BUFFER_BIT)\nglPushMatrix()") + lines(kView) +
+        translated(-10, 0, 0);
+    expected += lines("glPushMatrix()") + lines(kIdentity) + lines(kIdentity) + axes(25.0) +
+                lines("glPopMatrix()");
+    for (const double x : {-40.0, 60.0}) {
+        expected += lines("glColor3ub(255, 255, 255)\nglEnable(GL_LIGHTING)");
+        expected += placedSphere(x, 16, 10.0);
+    }
+    expected += lines("glColor3ub(100, 100, 100)") + prism(6.0);
+    expected += lines("glColor3ub(255, 255, 255)") + outline(prism(6.0 * 1.4));
+    expected += lines("glPopMatrix()\nglFlush()");
+    compare(lastFrame("line"), expected);
+}
+
+QStringList tst_GLCallOrder::callsOfPick(const char *scene)
+{
+    QStringList calls = trace(scene);
     const int begin = calls.indexOf(QRegularExpression(QStringLiteral("^glSelectBuffer.*")));
-    QVERIFY(begin >= 0);
-    calls = calls.mid(begin);
+    calls = begin < 0 ? QStringList() : calls.mid(begin);
     while (!calls.isEmpty() && calls.last() != QLatin1String("glRenderMode(GL_RENDER)"))
         calls.removeLast();
-    QVERIFY(calls.takeFirst().startsWith(QLatin1String("glSelectBuffer(512,")));
+    if (!calls.value(0).startsWith(QLatin1String("glSelectBuffer(512,")))
+        return {};
+    return calls.mid(1);
+}
 
+/// What a pick draws, and how it ends.
+QStringList drawnWithNames()
+{
+    QStringList calls = lines("glInitNames()\nglPushName(1)\nglPushName(0)");
+    calls += placedSphere(-40, 16, 10.0);
+    calls += lines("glPopName()\nglPushName(1)");
+    calls += placedSphere(60, 16, 10.0);
+    calls += lines("glPopName()\nglPopName()\nglPushName(2)\nglPushName(0)");
+    calls += prism(6.0);
+    return calls + lines("glPopName()\nglPopName()\n"
+                         "glMatrixMode(GL_PROJECTION)\nglPopMatrix()\n"
+                         "glMatrixMode(GL_MODELVIEW)\nglPopMatrix()\n"
+                         "glRenderMode(GL_RENDER)");
+}
+
+void tst_GLCallOrder::pick()
+{
     QStringList expected = lines("glRenderMode(GL_SELECT)\n"
                                  "glMatrixMode(GL_PROJECTION)\n"
                                  "glPushMatrix()\n"
@@ -451,18 +607,28 @@ void tst_GLCallOrder::pick()
               "glMatrixMode(GL_MODELVIEW)\n"
               "glPushMatrix()\n"
               "glLoadIdentity()");
-    expected += lines(kView) + lines(kRoom) + translated(-10, 0, 0);
-    expected += lines("glInitNames()\nglPushName(1)\nglPushName(0)");
-    expected += placedSphere(-40, 16, 10.0);
-    expected += lines("glPopName()\nglPushName(1)");
-    expected += placedSphere(60, 16, 10.0);
-    expected += lines("glPopName()\nglPopName()\nglPushName(2)\nglPushName(0)");
-    expected += prism(6.0);
-    expected += lines("glPopName()\nglPopName()\n"
-                      "glMatrixMode(GL_PROJECTION)\nglPopMatrix()\n"
-                      "glMatrixMode(GL_MODELVIEW)\nglPopMatrix()\n"
-                      "glRenderMode(GL_RENDER)");
-    compare(calls, expected);
+    expected += lines(kView) + lines(kRoom) + translated(-10, 0, 0) + drawnWithNames();
+    compare(callsOfPick("pick"), expected);
+}
+
+void tst_GLCallOrder::pickInAWideView()
+{
+    QStringList expected = lines("glRenderMode(GL_SELECT)\n"
+                                 "glMatrixMode(GL_PROJECTION)\n"
+                                 "glPushMatrix()\n"
+                                 "glLoadIdentity()\n"
+                                 "glGetIntegerv(GL_VIEWPORT, {0, 0, 800, 200})\n"
+                                 // Five pixels around (430, 200 - 90).
+                                 "glTranslatef(-12, -4, 0)\n"
+                                 "glScalef(160, 40, 1)");
+    // Four times as wide as high: 2.4142 / 4.
+    expected +=
+        lines("glMultMatrixd({0.60355, 0, 0, 0, 0, 2.4142, 0, 0, 0, 0, -1, -1, 0, 0, -2, 0})\n"
+              "glMatrixMode(GL_MODELVIEW)\n"
+              "glPushMatrix()\n"
+              "glLoadIdentity()");
+    expected += lines(kView) + translated(-10, 0, 0) + drawnWithNames();
+    compare(callsOfPick("line"), expected);
 }
 
 QUOREL2_TEST_MAIN(tst_GLCallOrder)
