@@ -37,6 +37,11 @@ private:
     void disconnectData() override;
 
     void processInput();
+    /// Answers what a client asked before it closed its side of the connection; a client may still
+    /// read then.
+    void answerRest();
+    /// @return false if no whole request is there
+    bool answerNext();
     void handleRequest(const QByteArray &request);
     void sendLine(const QByteArray &line);
 
@@ -47,4 +52,10 @@ private:
     quint16 m_dataPort = 0;
     qint64 m_replyDueUs = -1;
     QByteArray m_heldReply;
+    /// The same connection once more: the socket closes its own as soon as the client has closed
+    /// its side. -1: there was none left
+    int m_descriptor;
+    QByteArray m_lastReplies;
+    qint64 m_unsentBytes = 0; ///< of replies, when last looked
+    bool m_isEnded = false;   ///< by the controller
 };

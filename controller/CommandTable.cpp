@@ -613,7 +613,11 @@ QString CommandTable::toMarkdown()
            "is 1.000, or -1.000 and all numbers zero for a body that is not tracked. x, y, z are "
            "millimetres in the room; rx, ry, rz are degrees, the rotation being Rx Ry Rz; b0 to "
            "b8 are the same rotation column by column. `bt` are buttons, `ct` controllers, "
-           "`nbt` and `nct` their numbers.\n";
+           "`nbt` and `nct` their numbers.\n\n"
+        << "A pose follows `quorel2 body transform` and nothing else: it is that of the body's "
+           "coordinates, which a transform redefines in the room. Markers that `quorel2 set body "
+           "marker` moves one by one leave it as it was, also if all of them are moved as a "
+           "transform would.\n";
     stream.flush();
     return text;
 }

@@ -61,7 +61,7 @@ int fail(const QString &text)
 struct Options {
     ListenAddress address{QHostAddress::LocalHost, ControllerServer::kDefaultPort};
     Scenario scenario;
-    quint32 seed = 1;
+    quint32 seed = ControllerServer::kDefaultSeed;
 };
 
 /// @return false for a mistake; @p error then tells it
@@ -74,7 +74,8 @@ bool readOptions(const QCommandLineParser &parser, Options *options, QString *er
     }
     if (parser.isSet(QStringLiteral("listen")) &&
         !ListenAddress::fromText(parser.value(QStringLiteral("listen")), &options->address)) {
-        *error = QStringLiteral("--listen wants HOST:PORT, for example 127.0.0.1:%1")
+        *error = QStringLiteral("--listen wants a numeric address or localhost, and a port: "
+                                "127.0.0.1:%1")
                      .arg(ControllerServer::kDefaultPort);
         return false;
     }
@@ -121,10 +122,12 @@ int runControllerProcess(int argc, char **argv)
     parser.addOption({{QStringLiteral("h"), QStringLiteral("help")},
                       QStringLiteral("Print this help and exit.")});
     parser.addVersionOption();
-    parser.addOption({QStringLiteral("listen"),
-                      QStringLiteral("Listen there; port 0 is any free one. [127.0.0.1:%1]")
-                          .arg(ControllerServer::kDefaultPort),
-                      QStringLiteral("HOST:PORT")});
+    parser.addOption(
+        {QStringLiteral("listen"),
+         QStringLiteral("Listen there, a numeric address or localhost; port 0 is any free one. "
+                        "[127.0.0.1:%1]")
+             .arg(ControllerServer::kDefaultPort),
+         QStringLiteral("HOST:PORT")});
     parser.addOption({QStringLiteral("scenario"),
                       QStringLiteral("Bodies and settings, as JSON. [a built-in scenario]"),
                       QStringLiteral("FILE")});
@@ -132,8 +135,10 @@ int runControllerProcess(int argc, char **argv)
                       QStringLiteral("Change the scenario; may be repeated. One of: %1.")
                           .arg(Scenario::setupNames().join(QLatin1String(", "))),
                       QStringLiteral("NAME")});
-    parser.addOption({QStringLiteral("seed"), QStringLiteral("Seed of the bodies' motions. [1]"),
-                      QStringLiteral("N")});
+    parser.addOption(
+        {QStringLiteral("seed"),
+         QStringLiteral("Seed of the bodies' motions. [%1]").arg(ControllerServer::kDefaultSeed),
+         QStringLiteral("N")});
     parser.addOption({QStringLiteral("backend"),
                       QStringLiteral("Controller version to play. [the scenario's]"),
                       QStringLiteral("VERSION")});

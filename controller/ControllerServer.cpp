@@ -14,6 +14,7 @@
 namespace {
 
 constexpr int kMaximumClients = 200;
+constexpr int kAcceptPauseMs = 100; // so that a lack of descriptors does not keep it busy
 constexpr qint64 kMicrosecondsPerSecond = 1000000;
 
 /// The first microsecond of a frame.
@@ -48,6 +49,14 @@ ControllerServer::ControllerServer(const Scenario &scenario, quint32 seed, Simul
     connect(m_timer, &QTimer::timeout, this, &ControllerServer::processDue);
     connect(m_clock, &SimulationClock::advanced, this, &ControllerServer::processDue);
     connect(m_listener, &QTcpServer::newConnection, this, &ControllerServer::acceptClients);
+    // It then accepts nobody any more unless it is told to.
+    connect(m_listener, &QTcpServer::acceptError, this, [this] {
+        qCDebug(controllerLog) << "cannot accept:" << m_listener->errorString();
+        QTimer::singleShot(kAcceptPauseMs, m_listener, [this] {
+            if (m_listener->isListening())
+                m_listener->resumeAccepting();
+        });
+    });
 }
 
 ControllerServer::~ControllerServer()

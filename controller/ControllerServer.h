@@ -24,6 +24,8 @@ class ControllerServer : public QObject {
 public:
     static constexpr int kFramesPerSecond = 60;
     static constexpr quint16 kDefaultPort = 42200;
+    /// Of the bodies' motions, where none is asked for.
+    static constexpr quint32 kDefaultSeed = 1;
 
     /// @param clock  not owned, in the same thread, must outlive the server; null: a real clock of
     ///               the server's own

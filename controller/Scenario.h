@@ -51,23 +51,7 @@ struct BodyType {
 
 /// Everything that a simulated controller starts with: its bodies, its settings, its faults.
 ///
-/// Read from JSON, every key of which may be left out except those marked *:
-///   "extends": "default"               start from the built-in scenario
-///   "backend": "1.17" or "1.17.2"
-///   "configuration": {"changeable"}
-///   "tracking": {"available", "measuring", "reference"}
-///   "vimbar": {"multiUserAvailable", "multiUser", "multiUserWithHeadAvailable",
-///              "multiUserWithHead", "output6df"}
-///   "output": {"active": [of "6d", "6df", "6df2"], "omitUntracked"}
-///   "types": [{"keyword"*, "description"*}]
-///   "bodies": [{"type"*, "markers"*: [[x, y, z]], "description", "calibrated", "targetType",
-///               "motion": "moving", "still", "lost" or "blinking", "position": [x, y, z],
-///               "anglesDeg": [x, y, z], "emissions": [[x, y, z, degrees] for each marker]}]
-///   "faults": {"replies": [{"reply"*: 1 or more, "kind"*, "delayMs"}],
-///              "requests": [{"request"*, "kind"*, "delayMs", "times"}],
-///              "dataLines": "none", "silent" or "cut"}
-///              with the kinds "error", "garbage", "silence", "delay", "overLong", "disconnect"
-///   "setups": [names], applied last
+/// Read from JSON; docs/scenario.md describes its format.
 /// Every text and number is checked so that the controller can print it within the lengths of its
 /// protocol.
 struct Scenario {

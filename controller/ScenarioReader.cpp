@@ -2,9 +2,11 @@
 
 #include "CommandTable.h"
 #include "ControllerState.h"
+#include "JsonKeys.h"
 
 #include <QJsonDocument>
 #include <QJsonParseError>
+#include <QRegularExpression>
 
 #include <algorithm>
 #include <cmath>
@@ -41,12 +43,24 @@ bool isWord(const QString &text)
     });
 }
 
-QString syntaxError(const QByteArray &text, const QJsonParseError &error)
+QString textError(const QByteArray &text, int offset, const QString &what)
 {
-    const QByteArray before = text.left(error.offset);
+    const QByteArray before = text.left(offset);
     const int line = before.count('\n') + 1;
     const int column = before.size() - (before.lastIndexOf('\n') + 1) + 1;
-    return QStringLiteral("line %1, column %2: %3").arg(line).arg(column).arg(error.errorString());
+    return QStringLiteral("line %1, column %2: %3").arg(line).arg(column).arg(what);
+}
+
+/// @return true for the form of a body, "standard b02"
+bool readBodyName(const QByteArray &text, QByteArray *type, int *number)
+{
+    static const QRegularExpression form(QStringLiteral("\\A(\\S+) b([0-9]+)\\z"));
+    const QRegularExpressionMatch match = form.match(QString::fromLatin1(text));
+    if (!match.hasMatch())
+        return false;
+    *type = match.captured(1).toLatin1();
+    *number = match.captured(2).toInt(); // 0 for one that is too large
+    return true;
 }
 
 bool readNumbers(const QJsonValue &value, int count, QVector<double> *numbers)
@@ -69,7 +83,13 @@ bool ScenarioReader::read(const QByteArray &json)
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(json, &error);
     if (error.error != QJsonParseError::NoError) {
-        m_error = syntaxError(json, error);
+        m_error = textError(json, error.offset, error.errorString());
+        return false;
+    }
+    const RepeatedKey repeated = findRepeatedKey(json);
+    if (repeated.offset >= 0) {
+        m_error = textError(json, repeated.offset,
+                            QStringLiteral("key \"%1\" for the second time").arg(repeated.key));
         return false;
     }
     if (!document.isObject()) {
@@ -436,6 +456,16 @@ bool ScenarioReader::checkWhole()
     if (s.reference.trimmed().isEmpty() || s.reference != s.reference.simplified())
         return fail(QStringLiteral("tracking.reference"),
                     "words joined by single blanks, or \"none\", expected");
+    QByteArray type;
+    int number = 0;
+    if (readBodyName(s.reference, &type, &number)) {
+        const auto count =
+            std::count_if(s.bodies.begin(), s.bodies.end(), [&type](const ControllerBody &body) {
+                return body.type.compare(type, Qt::CaseInsensitive) == 0;
+            });
+        if (number < 1 || number > count)
+            return fail(QStringLiteral("tracking.reference"), "there is no such body");
+    }
     if (s.measuring && !s.trackingAvailable)
         return fail(QStringLiteral("tracking.measuring"), "tracking is not available");
     if (s.multiUser && !s.multiUserAvailable)

@@ -12,6 +12,9 @@ namespace {
 
 constexpr int kFirstRetryDelayMs = 100;
 constexpr int kLongestRetryDelayMs = 5000;
+/// Each attempt with a controller that accepts connections and never replies costs the program a
+/// whole time limit.
+constexpr int kLongestSilenceDelayMs = 30000;
 /// A controller machine that does not answer at all must not keep an attempt open for minutes.
 constexpr int kAttemptLimitMs = 3000;
 
@@ -33,8 +36,9 @@ ControllerConnection::ControllerConnection(QObject *parent)
     connect(&m_socket, &QTcpSocket::errorOccurred, this, &ControllerConnection::onError);
     connect(&m_socket, &QTcpSocket::readyRead, this, &ControllerConnection::onReadyRead);
     connect(&m_retryTimer, &QTimer::timeout, this, [this] { beginConnecting(m_host); });
-    connect(&m_attemptLimit, &QTimer::timeout, this,
-            [this] { connectionFailed(tr("The controller does not answer")); });
+    connect(&m_attemptLimit, &QTimer::timeout, this, [this] {
+        connectionFailed(tr("The controller does not answer"), kLongestRetryDelayMs);
+    });
 }
 
 ControllerConnection::~ControllerConnection()
@@ -96,6 +100,7 @@ void ControllerConnection::onConnected()
     // one before.
     m_socket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
     m_socket.setSocketOption(QAbstractSocket::KeepAliveOption, 1);
+    m_hasReplied = false;
     ++m_connectCount;
     setState(ConnectedState);
 }
@@ -103,7 +108,7 @@ void ControllerConnection::onConnected()
 void ControllerConnection::onDisconnected()
 {
     if (m_state == ConnectedState)
-        connectionFailed(tr("The controller closed the connection"));
+        connectionFailed(tr("The controller closed the connection"), kLongestRetryDelayMs);
 }
 
 void ControllerConnection::onError(QAbstractSocket::SocketError error)
@@ -113,12 +118,12 @@ void ControllerConnection::onError(QAbstractSocket::SocketError error)
     if (error == QAbstractSocket::SocketTimeoutError || m_state == DisconnectedState)
         return;
     if (error == QAbstractSocket::RemoteHostClosedError)
-        connectionFailed(tr("The controller closed the connection"));
+        connectionFailed(tr("The controller closed the connection"), kLongestRetryDelayMs);
     else
-        connectionFailed(m_socket.errorString());
+        connectionFailed(m_socket.errorString(), kLongestRetryDelayMs);
 }
 
-void ControllerConnection::connectionFailed(const QString &reason)
+void ControllerConnection::connectionFailed(const QString &reason, int longestDelayMs)
 {
     qCInfo(lcStandalone) << "no connection to" << m_host << m_port << reason;
     m_lastError = reason;
@@ -130,7 +135,7 @@ void ControllerConnection::connectionFailed(const QString &reason)
     if (!m_wanted)
         return;
     m_retryTimer.start(m_retryDelayMs);
-    m_retryDelayMs = qMin(2 * m_retryDelayMs, kLongestRetryDelayMs);
+    m_retryDelayMs = qMin(2 * m_retryDelayMs, longestDelayMs);
 }
 
 void ControllerConnection::resynchronise(const QString &reason)
@@ -160,7 +165,7 @@ bool ControllerConnection::connectWithin(const QDeadlineTimer &deadline)
         m_socket.waitForConnected(static_cast<int>(deadline.remainingTime()));
     // The socket has dropped an attempt whose limit passed.
     if (m_state == ConnectingState)
-        connectionFailed(tr("The controller does not answer"));
+        connectionFailed(tr("The controller does not answer"), kLongestRetryDelayMs);
     return m_state == ConnectedState;
 }
 
@@ -198,10 +203,16 @@ Exchange ControllerConnection::exchange(const QByteArray &line)
         if (result.replied) {
             qCDebug(lcStandalone) << "<" << result.reply;
             m_retryDelayMs = kFirstRetryDelayMs;
+            m_hasReplied = true;
         }
         reportUnaskedLines();
-        if (result.status == ExchangeStatus::TimedOut)
-            resynchronise(tr("The controller did not reply in time"));
+        if (result.status == ExchangeStatus::TimedOut) {
+            const QString reason = tr("The controller did not reply in time");
+            if (m_hasReplied)
+                resynchronise(reason);
+            else
+                connectionFailed(reason, kLongestSilenceDelayMs);
+        }
     }
     result.milliseconds = static_cast<double>(clock.nsecsElapsed()) / 1e6;
     return result;

@@ -15,7 +15,8 @@ class QDeadlineTimer;
 /// An exchange runs no event loop, so nothing else of the program happens during it. A reply that
 /// did not come in time is never given to a later request: the connection is given up and opened
 /// anew. A lost connection is opened again from the event loop, with growing pauses; until then
-/// every exchange fails at once.
+/// every exchange fails at once. One on which no request was ever answered counts as lost with its
+/// first time-out, so that a controller which is silent for good holds nobody up for long.
 class ControllerConnection : public QObject {
     Q_OBJECT
 
@@ -72,7 +73,7 @@ private:
     void onDisconnected();
     void onError(QAbstractSocket::SocketError error);
     void onReadyRead();
-    void connectionFailed(const QString &reason);
+    void connectionFailed(const QString &reason, int longestDelayMs);
     bool connectWithin(const QDeadlineTimer &deadline);
     ExchangeStatus waitForReply(const QDeadlineTimer &deadline, QByteArray *reply);
     void receive();
@@ -94,6 +95,7 @@ private:
     int m_connectCount = 0;
     bool m_wanted = false;
     bool m_busy = false;
+    bool m_hasReplied = false; ///< on the connection that stands
     /// The connection was given up on purpose, so the next exchange may wait for a new one.
     bool m_reconnectForExchange = false;
 };

@@ -4,8 +4,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 
+#include <net/if.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -22,6 +24,12 @@ union SocketAddress {
     sockaddr_in6 v6;
 };
 
+qint64 nowUs()
+{
+    using namespace std::chrono;
+    return duration_cast<microseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
 bool isV6(const QHostAddress &address)
 {
     return address.protocol() == QAbstractSocket::IPv6Protocol;
@@ -34,7 +42,7 @@ socklen_t toSocketAddress(const QHostAddress &address, SocketAddress *result)
         const Q_IPV6ADDR bytes = address.toIPv6Address();
         result->v6.sin6_family = AF_INET6;
         std::memcpy(&result->v6.sin6_addr, &bytes, sizeof bytes);
-        result->v6.sin6_scope_id = address.scopeId().toUInt();
+        result->v6.sin6_scope_id = DataReceiver::interfaceIndex(address.scopeId());
         return sizeof result->v6;
     }
     result->v4.sin_family = AF_INET;
@@ -102,8 +110,10 @@ public:
         return ready > 0 && waiting[1].revents == 0;
     }
 
-    /// @return false if there is none, or it came from somebody else
-    bool read(std::string *datagram)
+    enum class Read { Nothing, Datagram, FromElsewhere };
+
+    /// @param elsewhere  gets the sender of a datagram that is not the source's
+    Read read(std::string *datagram, QHostAddress *elsewhere)
     {
         SocketAddress sender;
         std::memset(&sender, 0, sizeof sender);
@@ -111,10 +121,14 @@ public:
         datagram->resize(kLargestDatagram);
         const ssize_t size = ::recvfrom(m_descriptor, &(*datagram)[0], datagram->size(), 0,
                                         &sender.any, &senderSize);
-        if (size < 0 || !(m_takesAll || isSameHost(sender, m_source)))
-            return false;
+        if (size < 0)
+            return Read::Nothing;
+        if (!m_takesAll && !isSameHost(sender, m_source)) {
+            elsewhere->setAddress(&sender.any);
+            return Read::FromElsewhere;
+        }
         datagram->resize(static_cast<size_t>(size));
-        return true;
+        return Read::Datagram;
     }
 
 private:
@@ -142,6 +156,10 @@ bool DataReceiver::start(const QHostAddress &local, const QHostAddress &source, 
     }
     m_socket = std::move(socket);
     m_port = port;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_droppedSender.clear();
+    }
     m_thread = std::thread(&DataReceiver::run, this);
     return true;
 }
@@ -195,11 +213,46 @@ void DataReceiver::run()
 {
     m_deliveringThread = std::this_thread::get_id();
     std::string datagram;
+    QHostAddress elsewhere;
     while (m_socket->waitForDatagram()) {
-        if (m_socket->read(&datagram))
+        switch (m_socket->read(&datagram, &elsewhere)) {
+        case Socket::Read::Nothing:
+            break;
+        case Socket::Read::Datagram:
             deliverDatagram(datagram);
+            break;
+        case Socket::Read::FromElsewhere:
+            drop(elsewhere);
+            break;
+        }
     }
     m_deliveringThread = std::thread::id();
+}
+
+double DataReceiver::linesPerSecond() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_rate.perSecond(nowUs());
+}
+
+void DataReceiver::drop(const QHostAddress &sender)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_droppedSender.isNull())
+        m_droppedSender = sender;
+    ++m_droppedDatagrams;
+}
+
+QHostAddress DataReceiver::droppedSender() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_droppedSender;
+}
+
+unsigned DataReceiver::interfaceIndex(const QString &scopeId)
+{
+    const unsigned index = ::if_nametoindex(scopeId.toLocal8Bit().constData());
+    return index != 0 ? index : scopeId.toUInt();
 }
 
 void DataReceiver::deliverDatagram(const std::string &datagram)
@@ -223,6 +276,7 @@ void DataReceiver::deliverLine(const char *line)
     const std::string lineType(line, std::strcspn(line, " "));
 
     std::unique_lock<std::mutex> lock(m_mutex);
+    m_rate.add(nowUs());
     std::vector<Requester *> requesters;
     for (const Subscription &subscription : m_subscriptions) {
         if (subscription.lineType == lineType)

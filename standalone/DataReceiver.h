@@ -1,5 +1,7 @@
 #pragma once
 
+#include "LineRate.h"
+
 #include <QHostAddress>
 #include <QString>
 
@@ -46,6 +48,15 @@ public:
 
     /// Lines received since the start of the program, delivered or not.
     quint64 receivedLines() const { return m_receivedLines.load(std::memory_order_relaxed); }
+    /// How many come in a second; 0 once a second without any has passed.
+    double linesPerSecond() const;
+    /// Datagrams since the start of the program that came from elsewhere than the source.
+    quint64 droppedDatagrams() const { return m_droppedDatagrams.load(); }
+    /// Who sent the first of them since start(); a null address if there was none.
+    QHostAddress droppedSender() const;
+
+    /// Number of the interface that an address's scope names; 0 if there is none.
+    static unsigned interfaceIndex(const QString &scopeId);
 
 private:
     class Socket;
@@ -55,14 +66,17 @@ private:
     };
 
     void run();
+    void drop(const QHostAddress &sender);
     void deliverDatagram(const std::string &datagram);
     void deliverLine(const char *line);
     bool isSubscribed(const std::string &lineType, const Requester *requester) const;
 
-    std::mutex m_mutex; ///< guards the three below
+    mutable std::mutex m_mutex; ///< guards the five below
     std::vector<Subscription> m_subscriptions;
     Requester *m_receiving = nullptr; ///< to whom a delivery is under way
     quint64 m_deliveries = 0;         ///< how many have begun
+    QHostAddress m_droppedSender;
+    LineRate m_rate;
     std::condition_variable m_deliveryEnded;
 
     std::unique_ptr<Socket> m_socket;
@@ -70,4 +84,5 @@ private:
     quint16 m_port = 0;
     std::atomic<std::thread::id> m_deliveringThread{};
     std::atomic<quint64> m_receivedLines{0};
+    std::atomic<quint64> m_droppedDatagrams{0};
 };

@@ -15,7 +15,9 @@
 
 namespace {
 
-constexpr int kRateIntervalMs = 1000;
+/// A single one may be an accident, in particular while the controller starts.
+constexpr int kMostVersionTimeOuts = 2;
+constexpr int kRateIntervalMs = 250;
 
 void printLine(const QString &text)
 {
@@ -44,9 +46,8 @@ bool Host::start(QString *error)
         return false;
     m_window = std::make_unique<MainWindow>();
     connectParts();
-    if (waitForController()) {
-        greetController();
-    } else if (!m_options.demoFolder.isEmpty()) {
+    const bool answers = waitForController() && greetController();
+    if (!answers && !m_options.demoFolder.isEmpty()) {
         *error = tr("The controller at %1:%2 cannot be reached: %3.")
                      .arg(m_connection.host())
                      .arg(m_connection.port())
@@ -68,7 +69,6 @@ bool Host::start(QString *error)
 
     m_rateTimer.setInterval(kRateIntervalMs);
     connect(&m_rateTimer, &QTimer::timeout, this, &Host::updateDataRate);
-    m_rateClock.start();
     m_rateTimer.start();
 
     if (!m_options.demoFolder.isEmpty()) {
@@ -173,6 +173,11 @@ void Host::connectParts()
     connect(&m_service, &HostCommandService::exchanged, this,
             [this](const Exchange &exchange) { m_transcript.add(exchange); });
     connect(&m_service, &HostCommandService::exchanged, m_window.get(), &MainWindow::addExchange);
+    connect(&m_connection, &ControllerConnection::unaskedLine, m_window.get(),
+            [this](const QByteArray &line) {
+                m_transcript.addUnasked(line);
+                m_window->addUnasked(QDateTime::currentDateTime(), line);
+            });
     connect(&m_service, &HostCommandService::messagePosted, m_window.get(),
             [this](const QDateTime &time, const QString &source, int, const QString &text) {
                 m_window->addMessage(time, source, text);
@@ -182,16 +187,20 @@ void Host::connectParts()
     connect(m_window.get(), &MainWindow::closed, this, [] { QCoreApplication::quit(); });
 }
 
-void Host::greetController()
+bool Host::greetController()
 {
     m_greeted = m_connection.connectCount();
-    const QHostAddress local = m_connection.localAddress();
+    m_dataSource = m_connection.peerAddress();
     QString reason;
-    if (!m_dataReceiver.start(local, m_connection.peerAddress(), &reason)) {
+    if (!m_dataReceiver.start(m_connection.localAddress(), m_dataSource, &reason)) {
         m_window->addMessage(QDateTime::currentDateTime(), tr("Host"),
                              tr("Error: No data lines can be received: %1").arg(reason));
     } else {
-        m_service.command("quorel2 data connect " + QByteArray::number(m_dataReceiver.port()));
+        const Exchange exchange =
+            m_service.command("quorel2 data connect " + QByteArray::number(m_dataReceiver.port()));
+        // What does not answer this would cost another time limit with the next question.
+        if (!exchange.replied)
+            return false;
     }
     if (m_options.backendVersion.isEmpty() && m_asksVersion) {
         // An older controller does not know the question; the module then does without whatever
@@ -204,8 +213,11 @@ void Host::greetController()
             m_versions = unknownBackendVersion();
         else if (status == ExchangeStatus::UnexpectedReply)
             m_asksVersion = false; // it costs the connection, and would cost the next one too
+        else if (status == ExchangeStatus::TimedOut && ++m_versionTimeOuts == kMostVersionTimeOuts)
+            m_asksVersion = false;
     }
     m_window->setBackendVersion(backendVersionText(m_versions));
+    return true;
 }
 
 void Host::onStateChanged()
@@ -215,9 +227,10 @@ void Host::onStateChanged()
     m_window->setConnectionState(state, m_connection.lastError());
     const QDateTime now = QDateTime::currentDateTime();
     if (state == ControllerConnection::ConnectedState && m_connection.connectCount() != m_greeted) {
-        m_lossReported = false;
-        m_window->addMessage(now, tr("Host"), tr("Connected to the controller."));
-        greetController();
+        if (greetController()) {
+            m_lossReported = false;
+            m_window->addMessage(now, tr("Host"), tr("Connected to the controller."));
+        }
     } else if (state == ControllerConnection::DisconnectedState && !m_lossReported) {
         m_lossReported = true;
         m_window->addMessage(now, tr("Host"),
@@ -229,11 +242,19 @@ void Host::onStateChanged()
 
 void Host::updateDataRate()
 {
-    const quint64 lines = m_dataReceiver.receivedLines();
-    const double seconds = static_cast<double>(m_rateClock.restart()) / 1000.0;
-    if (seconds > 0.0)
-        m_window->setDataRate(static_cast<double>(lines - m_linesBefore) / seconds);
-    m_linesBefore = lines;
+    m_window->setDataRate(m_dataReceiver.linesPerSecond(), m_dataReceiver.droppedDatagrams());
+    reportDroppedData();
+}
+
+void Host::reportDroppedData()
+{
+    const QHostAddress sender = m_dataReceiver.droppedSender();
+    if (sender.isNull() || sender == m_reportedSender)
+        return;
+    m_reportedSender = sender;
+    m_window->addMessage(QDateTime::currentDateTime(), tr("Host"),
+                         tr("Error: Data lines from %1 are dropped, since the controller is at %2.")
+                             .arg(sender.toString(), m_dataSource.toString()));
 }
 
 void Host::end()

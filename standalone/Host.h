@@ -9,7 +9,6 @@
 
 #include <host/BackendVersions.h>
 
-#include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
 
@@ -46,9 +45,11 @@ private:
     bool waitForController();
     void connectParts();
     /// Asks for the data lines and for the controller's version, after each connect.
-    void greetController();
+    /// @return false if the controller answers nothing
+    bool greetController();
     void onStateChanged();
     void updateDataRate();
+    void reportDroppedData();
 
     HostOptions m_options;
     BackendVersions m_versions;
@@ -61,9 +62,10 @@ private:
     std::unique_ptr<MainWindow> m_window;
     std::unique_ptr<Demo> m_demo;
     QTimer m_rateTimer;
-    QElapsedTimer m_rateClock;
-    quint64 m_linesBefore = 0;
-    int m_greeted = 0; ///< the connection, by its count, that was greeted last
+    QHostAddress m_dataSource;     ///< from which data lines are taken
+    QHostAddress m_reportedSender; ///< of data lines that were dropped
+    int m_greeted = 0;             ///< the connection, by its count, that was greeted last
     bool m_lossReported = false;
+    int m_versionTimeOuts = 0;
     bool m_asksVersion = true;
 };

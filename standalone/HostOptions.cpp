@@ -49,7 +49,9 @@ bool HostOptions::parse(const QStringList &arguments, HostOptions *options, QStr
     const QCommandLineOption plugin = withValue("plugin");
     const QCommandLineOption demo = withValue("demo");
     const QCommandLineOption timeout = withValue("timeout");
-    const QCommandLineOption backend = withValue("backend-version");
+    const QCommandLineOption backend(
+        QStringList{QStringLiteral("backend"), QStringLiteral("backend-version")}, QString(),
+        QStringLiteral("value"));
 
     QCommandLineParser parser;
     parser.addOptions({help, version, controller, scenario, seed, plugin, demo, timeout, backend});
@@ -140,7 +142,7 @@ QString HostOptions::helpText()
         "  --controller HOST:PORT   talk to this controller instead of a simulated one\n"
         "  --scenario FILE          simulate the bodies described in FILE (JSON)\n"
         "  --seed N                 seed of the simulated movements\n"
-        "  --backend-version V      work as with a controller of version V (1.17, say)\n"
+        "  --backend V              work as with a controller of version V (1.17, say)\n"
         "  --timeout MS             time limit of one exchange in milliseconds (2000)\n"
         "\n"
         "Program:\n"

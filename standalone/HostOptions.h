@@ -1,5 +1,7 @@
 #pragma once
 
+#include <controller/ControllerServer.h>
+
 #include <QString>
 #include <QStringList>
 
@@ -11,7 +13,7 @@ struct HostOptions {
     quint16 controllerPort = 0;
     QString scenarioFile; ///< empty: the built-in scenario
     bool seedGiven = false;
-    quint32 seed = 0;
+    quint32 seed = ControllerServer::kDefaultSeed;
     QString pluginFile; ///< empty: the one beside the program
     QString demoFolder; ///< empty: no demonstration
     int timeoutMs = 2000;

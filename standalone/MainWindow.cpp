@@ -184,7 +184,7 @@ MainWindow::MainWindow(QWidget *parent)
     m_flushTimer.setSingleShot(true);
     m_flushTimer.setInterval(kFlushDelayMs);
     connect(&m_flushTimer, &QTimer::timeout, this, &MainWindow::flush);
-    setDataRate(0.0);
+    setDataRate(0.0, 0);
     setBackendVersion(QString());
     setConnectionState(ControllerConnection::DisconnectedState, QString());
     updateCounts();
@@ -234,6 +234,7 @@ QWidget *MainWindow::makeTrafficPanel()
                     TextColumn);
 
     m_trafficCount = makeNote();
+    m_trafficCount->setObjectName(QStringLiteral("trafficCount"));
     m_dataRate = new QLabel;
     m_dataRate->setObjectName(QStringLiteral("dataRateLabel"));
     m_dataRate->setToolTip(tr("Tracking data lines received in the last second"));
@@ -257,6 +258,7 @@ QWidget *MainWindow::makeTrafficPanel()
     connect(clear, &QToolButton::clicked, this, [this] {
         m_newTraffic.clear();
         m_traffic->clear();
+        m_exchanges = 0;
         updateCounts();
     });
     return makePanel({makeTitle(tr("Controller traffic")), m_trafficCount},
@@ -400,13 +402,27 @@ void MainWindow::addExchange(const Exchange &exchange)
     }
     m_newTraffic.append(request);
     m_newTraffic.append(reply);
+    ++m_exchanges;
     scheduleFlush();
 }
 
-void MainWindow::setDataRate(double linesPerSecond)
+void MainWindow::addUnasked(const QDateTime &time, const QByteArray &line)
 {
-    m_dataRate->setText(linesPerSecond > 0.0 ? tr("Data lines: %1/s").arg(linesPerSecond, 0, 'f', 1)
-                                             : tr("Data lines: none"));
+    LogModel::Row row;
+    row.cells = QStringList{timeText(time), tr("\u2190 Unasked"),
+                            oneLine(QString::fromLatin1(line)), QString(), QString()};
+    row.severity = LogModel::Warning;
+    m_newTraffic.append(row);
+    scheduleFlush();
+}
+
+void MainWindow::setDataRate(double linesPerSecond, quint64 droppedDatagrams)
+{
+    QString text = linesPerSecond > 0.0 ? tr("Data lines: %1/s").arg(linesPerSecond, 0, 'f', 1)
+                                        : tr("Data lines: none");
+    if (droppedDatagrams > 0)
+        text = tr("%1, %2 from elsewhere dropped").arg(text).arg(droppedDatagrams);
+    m_dataRate->setText(text);
 }
 
 void MainWindow::scheduleFlush()
@@ -429,8 +445,7 @@ void MainWindow::updateCounts()
 {
     m_messageCount->setText(
         m_messages->totalRows() == 0 ? QString() : QString::number(m_messages->totalRows()));
-    const quint64 exchanges = m_traffic->totalRows() / 2;
-    QString text = exchanges == 0 ? QString() : tr("%1 exchanges").arg(exchanges);
+    QString text = m_exchanges == 0 ? QString() : tr("%1 exchanges").arg(m_exchanges);
     if (m_trafficFilter->rowCount() != m_traffic->rowCount())
         text = tr("%1, %2 lines shown").arg(text).arg(m_trafficFilter->rowCount());
     m_trafficCount->setText(text);

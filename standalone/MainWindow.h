@@ -41,7 +41,10 @@ public:
                         const QString &text);
     /// Rows appear with the next turn of the event loop; adding one costs next to nothing.
     void addExchange(const Exchange &exchange);
-    void setDataRate(double linesPerSecond);
+    /// A line from the controller that answers no request.
+    void addUnasked(const QDateTime &time, const QByteArray &line);
+    /// @param droppedDatagrams  how many came from elsewhere than the controller, all in all
+    void setDataRate(double linesPerSecond, quint64 droppedDatagrams);
 
     /// Shows at once what has been added.
     void flush();
@@ -83,6 +86,7 @@ private:
     QLabel *m_backendLabel;
     QVector<LogModel::Row> m_newMessages;
     QVector<LogModel::Row> m_newTraffic;
+    quint64 m_exchanges = 0; ///< since the beginning or since the list was cleared
     QTimer m_flushTimer;
     QString m_moduleText;
     QString m_controllerDescription;

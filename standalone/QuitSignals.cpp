@@ -48,5 +48,6 @@ void QuitSignals::onSignal()
 {
     quint64 count = 0;
     [[maybe_unused]] const ssize_t size = ::read(wakeDescriptor, &count, sizeof count);
+    m_requested = true;
     QCoreApplication::quit();
 }

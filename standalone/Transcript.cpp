@@ -10,17 +10,27 @@ bool Transcript::open(const QString &fileName, QString *error)
     return false;
 }
 
+void Transcript::addUnasked(const QByteArray &line)
+{
+    if (m_file.isOpen())
+        write("# unasked: ", line);
+}
+
 void Transcript::add(const Exchange &exchange)
 {
     if (!m_file.isOpen())
         return;
-    // A refused request may hold line ends, which would break the one line for each direction.
-    QByteArray request = exchange.request;
-    request.replace('\n', "\\n").replace('\r', "\\r").replace('\0', "\\0");
-    m_file.write("> " + request + '\n');
+    write("> ", exchange.request);
     if (exchange.replied)
-        m_file.write("< " + exchange.reply + '\n');
+        write("< ", exchange.reply);
     else
-        m_file.write("! " + statusText(exchange.status).toUtf8() + '\n');
+        write("! ", statusText(exchange.status).toUtf8());
+}
+
+void Transcript::write(const char *sign, QByteArray text)
+{
+    // A refused request may hold line ends, and a reply what is none but looks like one.
+    text.replace('\n', "\\n").replace('\r', "\\r").replace('\0', "\\0");
+    m_file.write(sign + text + '\n');
     m_file.flush();
 }

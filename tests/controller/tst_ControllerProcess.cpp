@@ -2,6 +2,7 @@
 #include <tests/support/TestMain.h>
 
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -10,6 +11,10 @@
 #include <QtTest>
 
 #include <csignal>
+#include <memory>
+#include <vector>
+
+#include <sys/resource.h>
 
 namespace {
 
@@ -89,6 +94,7 @@ public:
     }
 
     QByteArray errorOutput() { return m_process.readAllStandardError(); }
+    qint64 processId() const { return m_process.processId(); }
     bool isRunning() const { return m_process.state() == QProcess::Running; }
 
     QByteArray readyLine;
@@ -140,8 +146,10 @@ private slots:
             << QStringList{"--lisen", "127.0.0.1:0"} << QByteArray("lisen");
         QTest::newRow("superfluous argument")
             << QStringList{"scenario.json"} << QByteArray("unexpected argument 'scenario.json'");
-        QTest::newRow("address without port")
-            << QStringList{"--listen", "127.0.0.1"} << QByteArray("--listen wants HOST:PORT");
+        const QByteArray listen =
+            "--listen wants a numeric address or localhost, and a port: 127.0.0.1:42200";
+        QTest::newRow("address without port") << QStringList{"--listen", "127.0.0.1"} << listen;
+        QTest::newRow("name of a machine") << QStringList{"--listen", "tracker:42200"} << listen;
         QTest::newRow("option without value") << QStringList{"--listen"} << QByteArray("listen");
         QTest::newRow("address of another machine")
             << QStringList{"--listen", "192.0.2.1:4000"}
@@ -280,6 +288,37 @@ private slots:
         QVERIFY(controller.isRunning());
         QCOMPARE(controller.endBySignal(SIGTERM), 0);
         QCOMPARE(controller.errorOutput(), QByteArray());
+    }
+
+    void afterRunningOutOfDescriptorsItAcceptsAgain()
+    {
+        Controller controller;
+        const rlimit few = {32, 32};
+        QCOMPARE(
+            ::prlimit(static_cast<pid_t>(controller.processId()), RLIMIT_NOFILE, &few, nullptr), 0);
+        // The system accepts connections for it, up to the length of its queue.
+        std::vector<std::unique_ptr<QTcpSocket>> clients;
+        for (int i = 0; i < 40; ++i) {
+            clients.push_back(std::make_unique<QTcpSocket>());
+            clients.back()->connectToHost(QHostAddress::LocalHost, controller.port);
+            QVERIFY(clients.back()->waitForConnected(kPatienceMs));
+            clients.back()->write("quorel2 get status active\n");
+            clients.back()->flush();
+        }
+        // The highest is given last.
+        const QString last = QStringLiteral("/proc/%1/fd/31").arg(controller.processId());
+        QTRY_VERIFY_WITH_TIMEOUT(QFileInfo(last).isSymLink(), kPatienceMs);
+        for (int i = 0; i < 3; ++i)
+            QCOMPARE(controller.ask("quorel2 get status active"),
+                     QByteArray("quorel2 set status active idle"));
+        QVERIFY(!clients.back()->waitForReadyRead(0));
+        clients.clear();
+        QTcpSocket late;
+        late.connectToHost(QHostAddress::LocalHost, controller.port);
+        late.write("quorel2 get status active\n");
+        QTRY_VERIFY_WITH_TIMEOUT(late.canReadLine(), kPatienceMs);
+        QCOMPARE(late.readLine(), QByteArray("quorel2 set status active idle\n"));
+        QVERIFY(controller.isRunning());
     }
 
     void interruptAndTerminationEndItCleanly_data()

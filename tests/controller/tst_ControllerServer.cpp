@@ -8,6 +8,7 @@
 #include <tests/support/TestMain.h>
 
 #include <QDeadlineTimer>
+#include <QNetworkDatagram>
 #include <QTcpSocket>
 #include <QTimer>
 #include <QUdpSocket>
@@ -17,6 +18,10 @@
 #include <memory>
 #include <random>
 #include <vector>
+
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
 
 namespace {
 
@@ -207,6 +212,28 @@ private slots:
         QCOMPARE(sockets[0]->socketOption(QAbstractSocket::LowDelayOption).toInt(), 1);
     }
 
+    void socketsFindOutThatTheirClientIsGone()
+    {
+        Client client(*m_server);
+        QCOMPARE(client.ask(kStatus), kIdle);
+        const QList<QTcpSocket *> sockets = m_server->findChildren<QTcpSocket *>();
+        QCOMPARE(sockets.size(), 1);
+        const auto option = [&](int level, int name) {
+            int value = 0;
+            socklen_t size = sizeof value;
+            const int descriptor = static_cast<int>(sockets[0]->socketDescriptor());
+            return ::getsockopt(descriptor, level, name, &value, &size) == 0 ? value : -1;
+        };
+        QCOMPARE(option(SOL_SOCKET, SO_KEEPALIVE), 1);
+        // A minute, all in all, and not the system's two hours.
+        const int idleS = option(IPPROTO_TCP, TCP_KEEPIDLE);
+        const int intervalS = option(IPPROTO_TCP, TCP_KEEPINTVL);
+        const int count = option(IPPROTO_TCP, TCP_KEEPCNT);
+        QVERIFY(idleS > 0 && intervalS > 0 && count > 0);
+        QVERIFY2(idleS + intervalS * count <= 60,
+                 qPrintable(QStringLiteral("%1 + %2 * %3").arg(idleS).arg(intervalS).arg(count)));
+    }
+
     void clientsShareOneState()
     {
         Client first(*m_server);
@@ -310,6 +337,47 @@ private slots:
         }
         QTRY_COMPARE(m_server->clientCount(), 0);
         QVERIFY(!m_server->state().isMeasuring());
+    }
+
+    void requestsBeforeAHalfCloseAreAnswered_data()
+    {
+        QTest::addColumn<int>("requests");
+        QTest::newRow("one") << 1;
+        QTest::newRow("a few") << 10;
+        QTest::newRow("more than one turn's") << 2000;
+    }
+
+    void requestsBeforeAHalfCloseAreAnswered()
+    {
+        QFETCH(int, requests);
+        Client client(*m_server);
+        for (int i = 1; i < requests; ++i)
+            client.send(kStatus + '\n');
+        client.send("quorel2 tracking start\nquorel2 tracking sto");
+        client.socket().flush();
+        QCOMPARE(client.socket().bytesToWrite(), qint64(0));
+        // What the server has got by then, it learns together with the end.
+        QCOMPARE(::shutdown(static_cast<int>(client.socket().socketDescriptor()), SHUT_WR), 0);
+        for (int i = 1; i < requests; ++i)
+            QCOMPARE(client.readLine(), kIdle);
+        QCOMPARE(client.readLine(), QByteArray("quorel2 ok"));
+        QTRY_COMPARE(m_server->clientCount(), 0);
+        QTRY_VERIFY(!client.isConnected());
+        QVERIFY(client.hasNothingToRead());
+        QVERIFY(m_server->state().isMeasuring());
+    }
+
+    void aHalfCloseEndsTheWaitForAHeldReply()
+    {
+        Client client(*m_server);
+        m_server->faults().spoilReply(1, {FaultPlan::Kind::Delay, 500});
+        client.send("quorel2 tracking start\nquorel2 tracking stop\n");
+        client.socket().flush();
+        QCOMPARE(::shutdown(static_cast<int>(client.socket().socketDescriptor()), SHUT_WR), 0);
+        QTRY_VERIFY(!client.isConnected());
+        QVERIFY(client.hasNothingToRead());
+        QCOMPARE(m_server->clientCount(), 0);
+        QVERIFY(m_server->state().isMeasuring());
     }
 
     void droppedClientsCanComeBack()
@@ -562,6 +630,32 @@ private slots:
         QTRY_VERIFY(socket.canReadLine());
         m_clock->advance(17);
         QCOMPARE(data.take(1).size(), 1);
+    }
+
+    void dataComeFromTheAddressThatTheClientTalksTo()
+    {
+        ControllerServer server(smallScenario(), 1, m_clock.get());
+        QVERIFY(server.listen(QHostAddress::Any, 0));
+        server.state().startMeasurement();
+        for (const char *name : {"127.0.0.2", "127.0.0.3", "::1"}) {
+            const QHostAddress address(QString::fromLatin1(name));
+            QTcpSocket socket;
+            socket.connectToHost(address, server.port());
+            QTRY_VERIFY(socket.state() == QAbstractSocket::ConnectedState ||
+                        socket.error() != QAbstractSocket::UnknownSocketError);
+            if (socket.state() != QAbstractSocket::ConnectedState) {
+                QCOMPARE(address.protocol(), QAbstractSocket::IPv6Protocol);
+                continue; // a system without it
+            }
+            QUdpSocket data;
+            QVERIFY(data.bind(socket.localAddress()));
+            socket.write("quorel2 data connect " + QByteArray::number(data.localPort()) + '\n');
+            QTRY_VERIFY(socket.canReadLine());
+            QCOMPARE(socket.readLine(), QByteArray("quorel2 ok\n"));
+            m_clock->advance(17);
+            QTRY_VERIFY(data.hasPendingDatagrams());
+            QCOMPARE(data.receiveDatagram().senderAddress(), address);
+        }
     }
 
     // --- faults

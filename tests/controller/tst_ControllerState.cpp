@@ -156,6 +156,21 @@ private slots:
         QVERIFY(isNear(toEigen(state.findMarker("standard", 1, 1)->position), {0, 0, 0}, 1e-12));
     }
 
+    void markersMovedOneByOneLeaveTheReportedPose()
+    {
+        ControllerState state(smallScenario(), 1);
+        const RigidTransform before = state.trackedBody("standard", 1, 0).pose;
+        for (int marker = 1; marker <= 3; ++marker) {
+            const Vector3 position = state.findMarker("standard", 1, marker)->position;
+            QVERIFY(state.setMarker("standard", 1, marker, position + Vector3{10, 20, 30}) ==
+                    StateResult::Done);
+        }
+        const RigidTransform after = state.trackedBody("standard", 1, 0).pose;
+        QVERIFY(after.rotation == before.rotation);
+        QCOMPARE(after.translation.x, before.translation.x);
+        QCOMPARE(after.translation.z, before.translation.z);
+    }
+
     void transformAndItsInverseRestoreDefinitionAndPose()
     {
         std::mt19937 random(testSeed());

@@ -33,6 +33,12 @@ bool isStandard(const ControllerBody &body)
     return body.type == "standard";
 }
 
+QByteArray documentText()
+{
+    QFile file(QStringLiteral(QUOREL2_SOURCE_DIR "/docs/scenario.md"));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
 } // namespace
 
 class tst_Scenario : public QObject {
@@ -155,6 +161,86 @@ private slots:
         QVERIFY(scenario.dataFault == DataFault::Silent);
     }
 
+    void theExampleOfTheDocumentIsRead()
+    {
+        const QByteArray document = documentText();
+        QVERIFY(!document.isEmpty());
+        const QByteArray opening = "```json\n";
+        const int begin = document.indexOf(opening) + opening.size();
+        QVERIFY(begin >= opening.size());
+        const int end = document.indexOf("```", begin);
+        QVERIFY(end > begin);
+        QCOMPARE(document.count(opening), 1);
+        const QByteArray example = document.mid(begin, end - begin);
+        const Scenario scenario = scenarioOf(example);
+        QCOMPARE(scenario.backend.toText(), QByteArray("1.17.2"));
+        QCOMPARE(scenario.reference, QByteArray("standard b02"));
+        QCOMPARE(scenario.types.size(), 2);
+        QCOMPARE(scenario.bodies.size(), 3);
+        QCOMPARE(scenario.bodies[0].markers.size(), 4);
+        QCOMPARE(scenario.bodies[0].markers[2].emission.angleDeg, 45.0);
+        QVERIFY(scenario.bodies[1].motion == Motion::Still);
+        QVERIFY(!scenario.bodies[2].calibrated);
+        QCOMPARE(scenario.activeOutputs, (QVector<QByteArray>{"6d", "6df2"}));
+        QCOMPARE(scenario.requestFaults.size(), 1);
+        // It is complete: nothing is left that it does not show, except what it would build on.
+        const auto shows = [&example](const char *key) {
+            return example.contains('"' + QByteArray(key) + '"');
+        };
+        for (const char *key : {"backend",
+                                "configuration",
+                                "changeable",
+                                "tracking",
+                                "available",
+                                "measuring",
+                                "reference",
+                                "vimbar",
+                                "multiUserAvailable",
+                                "multiUser",
+                                "multiUserWithHeadAvailable",
+                                "multiUserWithHead",
+                                "output6df",
+                                "output",
+                                "active",
+                                "omitUntracked",
+                                "types",
+                                "keyword",
+                                "description",
+                                "bodies",
+                                "type",
+                                "calibrated",
+                                "targetType",
+                                "motion",
+                                "position",
+                                "anglesDeg",
+                                "markers",
+                                "emissions",
+                                "faults",
+                                "replies",
+                                "reply",
+                                "kind",
+                                "delayMs",
+                                "requests",
+                                "request",
+                                "times",
+                                "dataLines",
+                                "setups"})
+            QVERIFY2(shows(key), key);
+    }
+
+    void theDocumentNamesEveryChoice()
+    {
+        const QByteArray document = documentText();
+        QStringList names = Scenario::setupNames();
+        names << QStringLiteral("moving") << QStringLiteral("still") << QStringLiteral("lost")
+              << QStringLiteral("blinking") << QStringLiteral("error") << QStringLiteral("garbage")
+              << QStringLiteral("silence") << QStringLiteral("delay") << QStringLiteral("overLong")
+              << QStringLiteral("disconnect") << QStringLiteral("none") << QStringLiteral("silent")
+              << QStringLiteral("cut") << QStringLiteral("extends");
+        for (const QString &name : qAsConst(names))
+            QVERIFY2(document.contains('`' + name.toLatin1() + '`'), qPrintable(name));
+    }
+
     void anEmptyScenarioHasTheTypesAndNoBodies()
     {
         const Scenario scenario = scenarioOf("{}");
@@ -170,6 +256,27 @@ private slots:
         QCOMPARE(scenario.bodies.size(), Scenario::builtIn().bodies.size());
         QVERIFY(!scenario.configurationChangeable);
         QCOMPARE(scenarioOf(R"({"extends": "default", "bodies": []})").bodies.size(), 0);
+    }
+
+    void theSameKeysInDifferentObjectsAreNoMistake()
+    {
+        // What looks like the end of a text or of an object is part of a text here.
+        const Scenario scenario =
+            scenarioOf("{\"bodies\": [{\"type\": \"standard\", \"markers\": []}, "
+                       "{\"type\": \"standard\", \"markers\": [], \"description\": \"},{\\\\\"}], "
+                       "\"types\": [{\"keyword\": \"standard\", \"description\": \"types\"}]}");
+        QCOMPARE(scenario.bodies.size(), 2);
+    }
+
+    void aReferenceMayBeABodyOrAnyOtherWords()
+    {
+        for (const QByteArray &reference :
+             {QByteArray("none"), QByteArray("room"), QByteArray("fixed frame"),
+              QByteArray("STANDARD b01"), QByteArray("vimbar b02"), QByteArray("standard b3")}) {
+            const Scenario scenario = scenarioOf(
+                "{\"extends\": \"default\", \"tracking\": {\"reference\": \"" + reference + "\"}}");
+            QCOMPARE(scenario.reference, reference);
+        }
     }
 
     void emissionsAreBroughtToUnitLength()
@@ -199,6 +306,12 @@ private slots:
              "line 3, column 1"},
             {"unfinished", "{\"backend\": \"1.17\"", "line 1, column 1"},
             {"behind the end", "{} {}", "line 1, column "},
+            {"key twice", "{\"backend\": \"1.17\",\n  \"types\": [],\n   \"backend\": \"1.18\"}",
+             "line 3, column 4: key \"backend\" for the second time"},
+            {"key twice inside", body("\"markers\": [], \"description\": \"{\", \"markers\": []"),
+             "line 1, column 104: key \"markers\" for the second time"},
+            {"key twice, differently written", "{\"types\": [], \"ty\\u0070es\": []}",
+             "line 1, column 15: key \"types\" for the second time"},
             {"list at the top", "[]", "line 1, column 1: object expected"},
             {"unknown key", R"({"bodys": []})", "bodys: unknown key"},
             {"unknown key inside", R"({"tracking": {"availble": true}})",
@@ -222,6 +335,17 @@ private slots:
              "tracking.reference: words joined by single blanks"},
             {"reference with two blanks", R"({"tracking": {"reference": "a  b"}})",
              "tracking.reference: words joined by single blanks"},
+            {"reference that is not there", R"({"tracking": {"reference": "standard b01"}})",
+             "tracking.reference: there is no such body"},
+            {"reference beyond the last body",
+             R"({"extends": "default", "tracking": {"reference": "vimbar b03"}})",
+             "tracking.reference: there is no such body"},
+            {"reference of no type",
+             R"({"extends": "default", "tracking": {"reference": "ghost b01"}})",
+             "tracking.reference: there is no such body"},
+            {"reference with number zero",
+             R"({"extends": "default", "tracking": {"reference": "standard b00"}})",
+             "tracking.reference: there is no such body"},
             {"measuring without tracking",
              R"({"tracking": {"available": false, "measuring": true}})",
              "tracking.measuring: tracking is not available"},

@@ -8,6 +8,7 @@
 #include <QSignalSpy>
 #include <QtTest>
 
+#include <atomic>
 #include <thread>
 
 namespace {
@@ -46,6 +47,9 @@ private slots:
     void everyOneOfManyLateRepliesIsDropped();
     void halfAReplyBeforeTheLimitIsDroppedToo();
     void afterATimeOutTheNextExchangeFindsANewConnection();
+    void aControllerThatFallsSilentGetsOneMoreConnectionOnly();
+    void aControllerThatNeverRepliedCountsAsLost();
+    void thePausesBeforeASilentControllerGrow();
     void theDefaultLimitIsTwoSeconds();
     void aReplyThatIsTooLongFailsAndTheNextOneIsRight();
     void theLongestLineIsTaken();
@@ -246,6 +250,7 @@ void ControllerConnectionTest::aLateReplyIsNeverGivenToTheNextRequest()
     QVERIFY(controller.start());
     ControllerConnection connection;
     CONNECT(connection, controller);
+    QCOMPARE(connection.exchange("first").reply, QByteArray("reply to first"));
     connection.setTimeoutMs(kShortTimeoutMs);
     const Exchange slow = connection.exchange("slow");
     QCOMPARE(slow.status, ExchangeStatus::TimedOut);
@@ -273,10 +278,13 @@ void ControllerConnectionTest::everyOneOfManyLateRepliesIsDropped()
     QVERIFY(controller.start());
     ControllerConnection connection;
     CONNECT(connection, controller);
-    connection.setTimeoutMs(kShortTimeoutMs);
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < 3; ++i) {
+        connection.setTimeoutMs(kLongTimeoutMs);
+        QCOMPARE(connection.exchange("fast").reply, QByteArray("reply to fast"));
+        connection.setTimeoutMs(kShortTimeoutMs);
         QCOMPARE(connection.exchange("slow " + QByteArray::number(i)).status,
                  ExchangeStatus::TimedOut);
+    }
     mayAnswer.release(3);
     connection.setTimeoutMs(kLongTimeoutMs);
     for (int i = 0; i < 20; ++i) {
@@ -298,6 +306,7 @@ void ControllerConnectionTest::halfAReplyBeforeTheLimitIsDroppedToo()
     QVERIFY(controller.start());
     ControllerConnection connection;
     CONNECT(connection, controller);
+    QCOMPARE(connection.exchange("first").reply, QByteArray("reply to first"));
     connection.setTimeoutMs(kShortTimeoutMs);
     QCOMPARE(connection.exchange("slow").status, ExchangeStatus::TimedOut);
     mayAnswer.release();
@@ -315,6 +324,7 @@ void ControllerConnectionTest::afterATimeOutTheNextExchangeFindsANewConnection()
     QVERIFY(controller.start());
     ControllerConnection connection;
     CONNECT(connection, controller);
+    QCOMPARE(connection.exchange("first").status, ExchangeStatus::Done);
     connection.setTimeoutMs(kShortTimeoutMs);
     QCOMPARE(connection.connectCount(), 1);
     QCOMPARE(connection.exchange("silent").status, ExchangeStatus::TimedOut);
@@ -322,6 +332,73 @@ void ControllerConnectionTest::afterATimeOutTheNextExchangeFindsANewConnection()
     connection.setTimeoutMs(kLongTimeoutMs);
     QCOMPARE(connection.exchange("a").status, ExchangeStatus::Done);
     QCOMPARE(connection.connectCount(), 2);
+}
+
+void ControllerConnectionTest::aControllerThatFallsSilentGetsOneMoreConnectionOnly()
+{
+    std::atomic<bool> silent{false};
+    ScriptedController controller([&](const QByteArray &, const ScriptedController::Client &c) {
+        if (!silent)
+            c.send("quorel2 ok\n");
+    });
+    QVERIFY(controller.start());
+    ControllerConnection connection;
+    CONNECT(connection, controller);
+    QCOMPARE(connection.exchange("a").status, ExchangeStatus::Done);
+    silent = true;
+    connection.setTimeoutMs(kShortTimeoutMs);
+    QCOMPARE(connection.exchange("b").status, ExchangeStatus::TimedOut);
+    QCOMPARE(connection.exchange("c").status, ExchangeStatus::TimedOut);
+    // As in a sequence of commands, which must not wait for each of them.
+    connection.setTimeoutMs(kLongTimeoutMs);
+    for (int i = 0; i < 50; ++i)
+        QCOMPARE(connection.exchange("d").status, ExchangeStatus::NotConnected);
+    QCOMPARE(connection.connectCount(), 2);
+    QVERIFY(!connection.lastError().isEmpty());
+    silent = false;
+    QTRY_COMPARE(connection.state(), ControllerConnection::ConnectedState);
+    QCOMPARE(connection.exchange("e").status, ExchangeStatus::Done);
+    QCOMPARE(connection.connectCount(), 3);
+}
+
+void ControllerConnectionTest::aControllerThatNeverRepliedCountsAsLost()
+{
+    ScriptedController controller([](const QByteArray &, const ScriptedController::Client &) {});
+    QVERIFY(controller.start());
+    ControllerConnection connection;
+    CONNECT(connection, controller);
+    for (int count = 1; count <= 2; ++count) {
+        connection.setTimeoutMs(kShortTimeoutMs);
+        QCOMPARE(connection.exchange("a").status, ExchangeStatus::TimedOut);
+        QCOMPARE(connection.state(), ControllerConnection::DisconnectedState);
+        connection.setTimeoutMs(kLongTimeoutMs);
+        for (int i = 0; i < 50; ++i)
+            QCOMPARE(connection.exchange("b").status, ExchangeStatus::NotConnected);
+        QCOMPARE(connection.connectCount(), count);
+        QTRY_COMPARE(connection.state(), ControllerConnection::ConnectedState);
+    }
+    QTRY_COMPARE(controller.connectionCount(), 3);
+    QCOMPARE(controller.requests(), (std::vector<QByteArray>{"a", "a"}));
+}
+
+void ControllerConnectionTest::thePausesBeforeASilentControllerGrow()
+{
+    ScriptedController controller([](const QByteArray &, const ScriptedController::Client &) {});
+    QVERIFY(controller.start());
+    ControllerConnection connection;
+    CONNECT(connection, controller);
+    connection.setTimeoutMs(kShortTimeoutMs);
+    QElapsedTimer clock;
+    connect(&connection, &ControllerConnection::stateChanged, this,
+            [&](ControllerConnection::State state) {
+                if (state == ControllerConnection::DisconnectedState)
+                    clock.start();
+            });
+    for (const int leastMs : {80, 160, 320}) {
+        QCOMPARE(connection.exchange("a").status, ExchangeStatus::TimedOut);
+        QTRY_COMPARE(connection.state(), ControllerConnection::ConnectedState);
+        QVERIFY2(clock.elapsed() >= leastMs, qPrintable(QString::number(clock.elapsed())));
+    }
 }
 
 void ControllerConnectionTest::theDefaultLimitIsTwoSeconds()

@@ -3,6 +3,8 @@
 #include <tests/support/TestMain.h>
 
 #include <QElapsedTimer>
+#include <QNetworkInterface>
+#include <QUdpSocket>
 #include <QtTest>
 
 #include <algorithm>
@@ -15,6 +17,7 @@
 #include <thread>
 #include <vector>
 
+#include <net/if.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -149,6 +152,9 @@ private slots:
     void stopWaitsForTheDeliveryThatIsUnderWay();
     void aStoppedReceiverStartsAgainAndKeepsItsRequesters();
     void linesOfStrangersAreNotTaken();
+    void datagramsOfStrangersAreCountedAndTheFirstSenderIsKnown();
+    void aScopeIsTheNameOrTheNumberOfAnInterface();
+    void linesComeOverALinkLocalAddress();
     void anAddressThatIsNotOursCannotBeHad();
     void receivedLinesAreCounted();
 };
@@ -601,6 +607,63 @@ void DataReceiverTest::linesOfStrangersAreNotTaken()
     QVERIFY(receiver.start(kLoopback, QHostAddress(), &error));
     Sender(receiver.port(), "127.0.0.2").send("6d stranger");
     QTRY_COMPARE(recorder.count.load(), 2);
+}
+
+void DataReceiverTest::datagramsOfStrangersAreCountedAndTheFirstSenderIsKnown()
+{
+    DataReceiver receiver;
+    START(receiver);
+    QCOMPARE(receiver.droppedDatagrams(), quint64(0));
+    QVERIFY(receiver.droppedSender().isNull());
+    const Sender controller(receiver.port());
+    const Sender stranger(receiver.port(), "127.0.0.2");
+    const Sender another(receiver.port(), "127.0.0.3");
+    QVERIFY(stranger.isValid && another.isValid);
+    stranger.send("6d 0 \n6d 0 \n");
+    stranger.send("6d 0 ");
+    another.send("6d 0 ");
+    controller.send("6d 0 ");
+    QTRY_COMPARE_WITH_TIMEOUT(receiver.receivedLines(), quint64(1), kLimitMs);
+    QCOMPARE(receiver.droppedDatagrams(), quint64(3));
+    QCOMPARE(receiver.droppedSender(), QHostAddress(QStringLiteral("127.0.0.2")));
+    // The count goes on; who sends is asked anew.
+    QString error;
+    QVERIFY2(receiver.start(kLoopback, kLoopback, &error), qPrintable(error));
+    QVERIFY(receiver.droppedSender().isNull());
+    const Sender late(receiver.port(), "127.0.0.3");
+    late.send("6d 0 ");
+    QTRY_COMPARE_WITH_TIMEOUT(receiver.droppedDatagrams(), quint64(4), kLimitMs);
+    QCOMPARE(receiver.droppedSender(), QHostAddress(QStringLiteral("127.0.0.3")));
+}
+
+void DataReceiverTest::aScopeIsTheNameOrTheNumberOfAnInterface()
+{
+    const unsigned loopback = ::if_nametoindex("lo");
+    QVERIFY(loopback != 0);
+    QCOMPARE(DataReceiver::interfaceIndex(QStringLiteral("lo")), loopback);
+    QCOMPARE(DataReceiver::interfaceIndex(QString::number(loopback)), loopback);
+    QCOMPARE(DataReceiver::interfaceIndex(QStringLiteral("17")), 17u);
+    QCOMPARE(DataReceiver::interfaceIndex(QStringLiteral("none such")), 0u);
+    QCOMPARE(DataReceiver::interfaceIndex(QString()), 0u);
+}
+
+void DataReceiverTest::linesComeOverALinkLocalAddress()
+{
+    QHostAddress address;
+    for (const QHostAddress &own : QNetworkInterface::allAddresses()) {
+        if (own.protocol() == QAbstractSocket::IPv6Protocol && own.isLinkLocal())
+            address = own;
+    }
+    if (address.isNull())
+        QSKIP("NOT TESTED: no interface of this system has a link-local IPv6 address");
+    QVERIFY(!address.scopeId().isEmpty());
+    DataReceiver receiver;
+    QString error;
+    QVERIFY2(receiver.start(address, address, &error), qPrintable(error));
+    QUdpSocket controller;
+    QVERIFY(controller.bind(address));
+    controller.writeDatagram("6d 0 ", address, receiver.port());
+    QTRY_COMPARE_WITH_TIMEOUT(receiver.receivedLines(), quint64(1), kLimitMs);
 }
 
 void DataReceiverTest::anAddressThatIsNotOursCannotBeHad()

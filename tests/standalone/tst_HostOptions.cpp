@@ -1,3 +1,4 @@
+#include <controller/ControllerServer.h>
 #include <standalone/HostOptions.h>
 #include <tests/support/TestMain.h>
 
@@ -38,6 +39,8 @@ void HostOptionsTest::withoutOptionsEverythingIsSimulated()
     QVERIFY(options.demoFolder.isEmpty());
     QVERIFY(options.backendVersion.isEmpty());
     QCOMPARE(options.timeoutMs, 2000);
+    // The movements of the controller's own program.
+    QCOMPARE(options.seed, ControllerServer::kDefaultSeed);
     QVERIFY(!options.showHelp && !options.showVersion);
 }
 
@@ -56,6 +59,9 @@ void HostOptionsTest::everyOptionIsTaken()
     QCOMPARE(options.demoFolder, QStringLiteral("out dir"));
     QCOMPARE(options.timeoutMs, 350);
     QCOMPARE(options.backendVersion, QStringLiteral("0.6"));
+
+    QVERIFY(parse({"--backend", "1.17.3"}, &options, &error));
+    QCOMPARE(options.backendVersion, QStringLiteral("1.17.3"));
 
     QVERIFY(parse({"--controller", "tracker:42200"}, &options, &error));
     QCOMPARE(options.controllerHost, QStringLiteral("tracker"));
@@ -119,7 +125,9 @@ void HostOptionsTest::mistakesAreToldBySentence_data()
     row("negative time", {"--timeout", "-5"}, "\"-5\"");
     row("endless time", {"--timeout", "600001"}, "\"600001\"");
     row("fraction of time", {"--timeout", "1.5"}, "\"1.5\"");
-    row("bad version", {"--backend-version", "new"}, "\"new\"");
+    row("bad version", {"--backend", "new"}, "\"new\"");
+    row("bad version by its other name", {"--backend-version", "new"}, "\"new\"");
+    row("missing version", {"--backend-version="}, "--backend needs a value");
     row("scenario of a real controller", {"--controller", "a:1", "--scenario", "s"}, "--scenario");
     row("seed of a real controller", {"--controller", "a:1", "--seed", "1"}, "--seed");
 }
@@ -157,7 +165,7 @@ void HostOptionsTest::helpNamesEveryOption()
     const QString help = HostOptions::helpText();
     for (const char *option :
          {"--controller HOST:PORT", "--scenario FILE", "--seed N", "--plugin FILE", "--demo DIR",
-          "--timeout MS", "--backend-version V", "--help", "--version"})
+          "--timeout MS", "--backend V", "--help", "--version"})
         QVERIFY2(help.contains(QLatin1String(option)), option);
     for (const QString &line : help.split(QLatin1Char('\n')))
         QVERIFY2(line.size() <= 80, qPrintable(line));

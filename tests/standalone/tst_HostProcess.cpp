@@ -4,10 +4,17 @@
 
 #include <QImage>
 #include <QProcess>
+#include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <algorithm>
+#include <csignal>
 #include <set>
+
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 namespace {
 
@@ -60,6 +67,33 @@ QStringList linesOf(const QString &fileName)
     return QString::fromLatin1(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
 }
 
+/// A port on loopback at which nobody accepts.
+class Listener {
+public:
+    explicit Listener(int queueLength)
+        : m_descriptor(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+    {
+        sockaddr_in address = {};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address;
+        auto *any = reinterpret_cast<sockaddr *>(&address);
+        if (::bind(m_descriptor, any, size) == 0 && ::listen(m_descriptor, queueLength) == 0 &&
+            ::getsockname(m_descriptor, any, &size) == 0)
+            m_port = ntohs(address.sin_port);
+    }
+    ~Listener() { ::close(m_descriptor); }
+    Listener(const Listener &) = delete;
+    Listener &operator=(const Listener &) = delete;
+
+    /// 0 if there is none.
+    quint16 port() const { return m_port; }
+
+private:
+    int m_descriptor;
+    quint16 m_port = 0;
+};
+
 const QString kPlugin = QStringLiteral(QUOREL2_TEST_MODULE);
 
 } // namespace
@@ -73,9 +107,14 @@ private slots:
     void mistakesEndWithASentenceAndOne_data();
     void mistakesEndWithASentenceAndOne();
     void withoutDisplayItSaysSo();
+    void anUnreachableDisplayIsTold_data();
+    void anUnreachableDisplayIsTold();
+    void withoutWindowsItNeedsNoDisplay();
     void theModuleIsPrinted();
     void aSignalEndsItInOrder_data();
     void aSignalEndsItInOrder();
+    void aSignalDuringTheStartIsNotLost_data();
+    void aSignalDuringTheStartIsNotLost();
     void theDemonstrationIsRightForARightModule();
     void theDemonstrationFindsAWrongModule();
     void theDemonstrationTellsWhereItStuck();
@@ -155,6 +194,52 @@ void HostProcessTest::withoutDisplayItSaysSo()
              qPrintable(result.errors));
 }
 
+void HostProcessTest::anUnreachableDisplayIsTold_data()
+{
+    QTest::addColumn<QString>("variable");
+    QTest::addColumn<QString>("value");
+    QTest::newRow("X11") << QStringLiteral("DISPLAY") << QStringLiteral(":47110");
+    QTest::newRow("Wayland only") << QStringLiteral("WAYLAND_DISPLAY")
+                                  << QStringLiteral("no-such-display");
+    QTest::newRow("platform") << QStringLiteral("QT_QPA_PLATFORM")
+                              << QStringLiteral("no-such-platform");
+    QTest::newRow("X11 platform, no display")
+        << QStringLiteral("QT_QPA_PLATFORM") << QStringLiteral("xcb");
+}
+
+void HostProcessTest::anUnreachableDisplayIsTold()
+{
+    QFETCH(QString, variable);
+    QFETCH(QString, value);
+    QProcessEnvironment environment = withoutDisplay();
+    environment.insert(variable, value);
+    const Result result = run({QStringLiteral("--plugin"), kPlugin}, environment);
+    QVERIFY2(result.ended, qPrintable(result.errors));
+    QCOMPARE(result.exitCode, 1);
+    QCOMPARE(result.errors,
+             QStringLiteral("quorel2-host: The display cannot be reached (%1=%2). Run it in a "
+                            "desktop session or under a virtual one: xvfb-run -a quorel2-host\n")
+                 .arg(variable, value));
+}
+
+void HostProcessTest::withoutWindowsItNeedsNoDisplay()
+{
+    QProcessEnvironment environment = withoutDisplay();
+    environment.insert(QStringLiteral("DISPLAY"), QStringLiteral(":47110"));
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.start(QStringLiteral(QUOREL2_HOST_PROGRAM), {QStringLiteral("--plugin"), kPlugin});
+    QString output;
+    QTRY_VERIFY_WITH_TIMEOUT((output += QString::fromLocal8Bit(process.readAllStandardOutput()))
+                                 .contains(QStringLiteral("Simulated controller at 127.0.0.1:")),
+                             kLimitMs);
+    process.terminate();
+    QVERIFY(process.waitForFinished(kLimitMs));
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 0);
+}
+
 void HostProcessTest::theModuleIsPrinted()
 {
     QProcess process;
@@ -172,21 +257,23 @@ void HostProcessTest::theModuleIsPrinted()
         qPrintable(output));
     process.terminate();
     QVERIFY(process.waitForFinished(kLimitMs));
+    // The window system's library takes an option of the same name.
+    QVERIFY(!process.readAllStandardError().contains("plugin"));
     QCOMPARE(process.exitStatus(), QProcess::NormalExit);
     QCOMPARE(process.exitCode(), 0);
 }
 
 void HostProcessTest::aSignalEndsItInOrder_data()
 {
-    QTest::addColumn<QString>("signal");
-    QTest::newRow("SIGTERM") << QStringLiteral("-TERM");
-    QTest::newRow("SIGINT") << QStringLiteral("-INT");
-    QTest::newRow("SIGHUP") << QStringLiteral("-HUP");
+    QTest::addColumn<int>("signal");
+    QTest::newRow("SIGTERM") << SIGTERM;
+    QTest::newRow("SIGINT") << SIGINT;
+    QTest::newRow("SIGHUP") << SIGHUP;
 }
 
 void HostProcessTest::aSignalEndsItInOrder()
 {
-    QFETCH(QString, signal);
+    QFETCH(int, signal);
     ControllerThread controller(Scenario::builtIn(), 1);
     QVERIFY(controller.start());
     QProcess process;
@@ -200,9 +287,47 @@ void HostProcessTest::aSignalEndsItInOrder()
         return count;
     };
     QTRY_VERIFY_WITH_TIMEOUT(answers() >= 2, kLimitMs);
-    QCOMPARE(
-        QProcess::execute(QStringLiteral("kill"), {signal, QString::number(process.processId())}),
-        0);
+    QCOMPARE(::kill(static_cast<pid_t>(process.processId()), signal), 0);
+    QVERIFY(process.waitForFinished(kLimitMs));
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 0);
+}
+
+void HostProcessTest::aSignalDuringTheStartIsNotLost_data()
+{
+    QTest::addColumn<int>("signal");
+    QTest::addColumn<bool>("accepts");
+    QTest::newRow("SIGTERM, no connection") << SIGTERM << false;
+    QTest::newRow("SIGINT, no connection") << SIGINT << false;
+    QTest::newRow("SIGTERM, no reply") << SIGTERM << true;
+}
+
+void HostProcessTest::aSignalDuringTheStartIsNotLost()
+{
+    QFETCH(int, signal);
+    QFETCH(bool, accepts);
+    // The system takes connections for a listener that accepts none, until its queue is full.
+    const Listener listener(accepts ? 16 : 0);
+    QVERIFY(listener.port() != 0);
+    QTcpSocket occupants[3];
+    if (!accepts) {
+        for (QTcpSocket &occupant : occupants)
+            occupant.connectToHost(QHostAddress::LocalHost, listener.port());
+        QTRY_COMPARE(std::count_if(std::begin(occupants), std::end(occupants),
+                                   [](const QTcpSocket &occupant) {
+                                       return occupant.state() == QAbstractSocket::ConnectedState;
+                                   }),
+                     1);
+    }
+    QProcess process;
+    process.start(QStringLiteral(QUOREL2_HOST_PROGRAM),
+                  {QStringLiteral("--plugin"), kPlugin, QStringLiteral("--controller"),
+                   QStringLiteral("127.0.0.1:%1").arg(listener.port())});
+    QString output;
+    QTRY_VERIFY_WITH_TIMEOUT((output += QString::fromLocal8Bit(process.readAllStandardOutput()))
+                                 .contains(QStringLiteral("Controller at ")),
+                             kLimitMs);
+    QCOMPARE(::kill(static_cast<pid_t>(process.processId()), signal), 0);
     QVERIFY(process.waitForFinished(kLimitMs));
     QCOMPARE(process.exitStatus(), QProcess::NormalExit);
     QCOMPARE(process.exitCode(), 0);

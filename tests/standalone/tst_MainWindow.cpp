@@ -77,6 +77,7 @@ private slots:
     void messagesAreListedWithTimeSourceAndText();
     void everyExchangeIsListedBothWays();
     void aFailedExchangeTellsItsReason();
+    void anUnaskedLineIsAWarningAndNoExchange();
     void theFilterShowsOnlyLinesWithItsText();
     void clearButtonsEmptyTheLists();
     void aBurstIsShownInOneGo();
@@ -195,6 +196,24 @@ void MainWindowTest::aFailedExchangeTellsItsReason()
                      QStringLiteral("\u2715 No reply||bad request")}));
 }
 
+void MainWindowTest::anUnaskedLineIsAWarningAndNoExchange()
+{
+    MainWindow window;
+    const auto *count = window.findChild<QLabel *>(QStringLiteral("trafficCount"));
+    QVERIFY(count);
+    window.addExchange(exchange("a", "b", ExchangeStatus::Done));
+    for (int i = 0; i < 2; ++i)
+        window.addUnasked(QDateTime(QDate(2024, 5, 6), QTime(7, 8, 9, 10)), "quorel2 warning hot");
+    window.flush();
+    QCOMPARE(rowsOf(window, "trafficView", {0, 1, 2, 3, 4}).mid(2),
+             (QStringList{QStringLiteral("07:08:09.010|\u2190 Unasked|quorel2 warning hot||"),
+                          QStringLiteral("07:08:09.010|\u2190 Unasked|quorel2 warning hot||")}));
+    const auto *model = window.findChild<LogView *>(QStringLiteral("trafficView"))->model();
+    QCOMPARE(model->index(1, 0).data(LogModel::SeverityRole).toInt(), int(LogModel::Normal));
+    QCOMPARE(model->index(2, 0).data(LogModel::SeverityRole).toInt(), int(LogModel::Warning));
+    QCOMPARE(count->text(), QStringLiteral("1 exchanges"));
+}
+
 void MainWindowTest::theFilterShowsOnlyLinesWithItsText()
 {
     MainWindow window;
@@ -300,10 +319,13 @@ void MainWindowTest::theDataRateIsTold()
 {
     MainWindow window;
     QCOMPARE(textOf(window, "dataRateLabel"), QStringLiteral("Data lines: none"));
-    window.setDataRate(119.96);
+    window.setDataRate(119.96, 0);
     QCOMPARE(textOf(window, "dataRateLabel"), QStringLiteral("Data lines: 120.0/s"));
-    window.setDataRate(0.0);
+    window.setDataRate(0.0, 0);
     QCOMPARE(textOf(window, "dataRateLabel"), QStringLiteral("Data lines: none"));
+    window.setDataRate(60.0, 7);
+    QCOMPARE(textOf(window, "dataRateLabel"),
+             QStringLiteral("Data lines: 60.0/s, 7 from elsewhere dropped"));
 }
 
 void MainWindowTest::closingIsReported()

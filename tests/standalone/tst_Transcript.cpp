@@ -11,6 +11,8 @@ private slots:
     void everyExchangeIsARequestAndAReply();
     void aMissingReplyIsToldByItsReason();
     void aRequestNeverTakesMoreThanALine();
+    void aReplyNeverTakesMoreThanALine();
+    void anUnaskedLineIsAComment();
     void linesAreThereAtOnce();
     void aNewTranscriptReplacesAnOldOne();
     void aFileThatCannotBeWrittenIsTold();
@@ -80,6 +82,30 @@ void TranscriptTest::aRequestNeverTakesMoreThanALine()
     refused.status = ExchangeStatus::BadRequest;
     transcript.add(refused);
     QCOMPARE(content(fileName), QByteArray("> a\\nb\\r\\0c\n! bad request\n"));
+}
+
+void TranscriptTest::aReplyNeverTakesMoreThanALine()
+{
+    QTemporaryDir folder;
+    const QString fileName = folder.filePath(QStringLiteral("transcript.txt"));
+    Transcript transcript;
+    QString error;
+    QVERIFY(transcript.open(fileName, &error));
+    transcript.add(exchange("a", QByteArray("b\rc\0d", 5)));
+    QCOMPARE(content(fileName), QByteArray("> a\n< b\\rc\\0d\n"));
+}
+
+void TranscriptTest::anUnaskedLineIsAComment()
+{
+    QTemporaryDir folder;
+    const QString fileName = folder.filePath(QStringLiteral("transcript.txt"));
+    Transcript transcript;
+    transcript.addUnasked("nowhere");
+    QString error;
+    QVERIFY(transcript.open(fileName, &error));
+    transcript.addUnasked(QByteArray("quorel2 warning\rhot\0", 20));
+    transcript.add(exchange("a", "b"));
+    QCOMPARE(content(fileName), QByteArray("# unasked: quorel2 warning\\rhot\\0\n> a\n< b\n"));
 }
 
 void TranscriptTest::linesAreThereAtOnce()
