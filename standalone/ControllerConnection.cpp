@@ -1,6 +1,7 @@
 #include "ControllerConnection.h"
 
 #include "Logging.h"
+#include "ReplyValues.h"
 
 #include <QDeadlineTimer>
 #include <QElapsedTimer>
@@ -12,9 +13,6 @@ namespace {
 
 constexpr int kFirstRetryDelayMs = 100;
 constexpr int kLongestRetryDelayMs = 5000;
-/// Each attempt with a controller that accepts connections and never replies costs the program a
-/// whole time limit.
-constexpr int kLongestSilenceDelayMs = 30000;
 /// A controller machine that does not answer at all must not keep an attempt open for minutes.
 constexpr int kAttemptLimitMs = 3000;
 
@@ -30,15 +28,12 @@ ControllerConnection::ControllerConnection(QObject *parent)
     m_socket.setProxy(QNetworkProxy::NoProxy);
     m_retryTimer.setSingleShot(true);
     m_attemptLimit.setSingleShot(true);
-    m_attemptLimit.setInterval(kAttemptLimitMs);
     connect(&m_socket, &QTcpSocket::connected, this, &ControllerConnection::onConnected);
     connect(&m_socket, &QTcpSocket::disconnected, this, &ControllerConnection::onDisconnected);
     connect(&m_socket, &QTcpSocket::errorOccurred, this, &ControllerConnection::onError);
     connect(&m_socket, &QTcpSocket::readyRead, this, &ControllerConnection::onReadyRead);
     connect(&m_retryTimer, &QTimer::timeout, this, [this] { beginConnecting(m_host); });
-    connect(&m_attemptLimit, &QTimer::timeout, this, [this] {
-        connectionFailed(tr("The controller does not answer"), kLongestRetryDelayMs);
-    });
+    connect(&m_attemptLimit, &QTimer::timeout, this, &ControllerConnection::onAttemptLimit);
 }
 
 ControllerConnection::~ControllerConnection()
@@ -51,6 +46,11 @@ void ControllerConnection::setTimeoutMs(int timeoutMs)
     m_timeoutMs = timeoutMs;
 }
 
+void ControllerConnection::setTrialParameter(const QByteArray &parameter)
+{
+    m_trialParameter = parameter;
+}
+
 void ControllerConnection::open(const QString &host, quint16 port)
 {
     close();
@@ -59,6 +59,7 @@ void ControllerConnection::open(const QString &host, quint16 port)
     m_knownAddress.clear();
     m_wanted = true;
     m_retryDelayMs = kFirstRetryDelayMs;
+    m_needsTrial = false;
     beginConnecting(host);
 }
 
@@ -66,6 +67,7 @@ void ControllerConnection::close()
 {
     m_wanted = false;
     m_reconnectForExchange = false;
+    m_isOnTrial = false;
     m_retryTimer.stop();
     m_attemptLimit.stop();
     m_socket.abort();
@@ -84,7 +86,7 @@ void ControllerConnection::beginConnecting(const QString &host)
     m_retryTimer.stop();
     m_lines.clear();
     setState(ConnectingState);
-    m_attemptLimit.start();
+    m_attemptLimit.start(kAttemptLimitMs);
     m_socket.connectToHost(host, m_port);
 }
 
@@ -93,7 +95,6 @@ void ControllerConnection::onConnected()
     m_attemptLimit.stop();
     m_retryTimer.stop();
     m_reconnectForExchange = false;
-    m_lastError.clear();
     m_lines.clear();
     m_knownAddress = m_socket.peerAddress().toString();
     // A request must leave at once: without this it would wait for the acknowledgement of the
@@ -101,14 +102,78 @@ void ControllerConnection::onConnected()
     m_socket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
     m_socket.setSocketOption(QAbstractSocket::KeepAliveOption, 1);
     m_hasReplied = false;
+    if (m_needsTrial && !m_trialParameter.isEmpty())
+        beginTrial();
+    else
+        becomeConnected();
+}
+
+void ControllerConnection::becomeConnected()
+{
+    m_lastError.clear();
     ++m_connectCount;
     setState(ConnectedState);
+}
+
+void ControllerConnection::beginTrial()
+{
+    m_isOnTrial = true;
+    m_attemptLimit.start(m_timeoutMs);
+    m_trial = Exchange();
+    m_trial.time = QDateTime::currentDateTime();
+    m_trial.request = "quorel2 get " + m_trialParameter;
+    m_trialClock.start();
+    qCDebug(lcStandalone) << ">" << m_trial.request;
+    m_socket.write(m_trial.request + '\n');
+}
+
+void ControllerConnection::readTrial()
+{
+    receive();
+    LineBuffer::Line line;
+    while (m_isOnTrial && m_lines.takeLine(&line)) {
+        QByteArray value;
+        m_trial.reply = line.text;
+        m_trial.replied = true;
+        if (isErrorReply(line.text)) {
+            endTrial(ExchangeStatus::Refused);
+        } else if (valueOfReply(line.text, m_trialParameter, &value)) {
+            endTrial(ExchangeStatus::Done);
+        } else {
+            qCInfo(lcStandalone) << "unasked:" << line.text;
+            emit unaskedLine(line.text);
+        }
+    }
+}
+
+void ControllerConnection::endTrial(ExchangeStatus status)
+{
+    m_isOnTrial = false;
+    m_attemptLimit.stop();
+    m_trial.status = status;
+    m_trial.milliseconds = static_cast<double>(m_trialClock.nsecsElapsed()) / 1e6;
+    const bool replied = status == ExchangeStatus::Done || status == ExchangeStatus::Refused;
+    m_trial.replied = replied;
+    if (!replied)
+        m_trial.reply.clear();
+    emit tried(m_trial);
+    if (replied) {
+        m_needsTrial = false;
+        becomeConnected();
+    }
+}
+
+void ControllerConnection::onAttemptLimit()
+{
+    if (m_isOnTrial)
+        endTrial(ExchangeStatus::TimedOut);
+    connectionFailed(tr("The controller does not answer"));
 }
 
 void ControllerConnection::onDisconnected()
 {
     if (m_state == ConnectedState)
-        connectionFailed(tr("The controller closed the connection"), kLongestRetryDelayMs);
+        connectionFailed(tr("The controller closed the connection"));
 }
 
 void ControllerConnection::onError(QAbstractSocket::SocketError error)
@@ -118,14 +183,16 @@ void ControllerConnection::onError(QAbstractSocket::SocketError error)
     if (error == QAbstractSocket::SocketTimeoutError || m_state == DisconnectedState)
         return;
     if (error == QAbstractSocket::RemoteHostClosedError)
-        connectionFailed(tr("The controller closed the connection"), kLongestRetryDelayMs);
+        connectionFailed(tr("The controller closed the connection"));
     else
-        connectionFailed(m_socket.errorString(), kLongestRetryDelayMs);
+        connectionFailed(m_socket.errorString());
 }
 
-void ControllerConnection::connectionFailed(const QString &reason, int longestDelayMs)
+void ControllerConnection::connectionFailed(const QString &reason)
 {
     qCInfo(lcStandalone) << "no connection to" << m_host << m_port << reason;
+    if (m_isOnTrial)
+        endTrial(ExchangeStatus::ConnectionLost);
     m_lastError = reason;
     m_attemptLimit.stop();
     m_reconnectForExchange = false;
@@ -135,7 +202,7 @@ void ControllerConnection::connectionFailed(const QString &reason, int longestDe
     if (!m_wanted)
         return;
     m_retryTimer.start(m_retryDelayMs);
-    m_retryDelayMs = qMin(2 * m_retryDelayMs, longestDelayMs);
+    m_retryDelayMs = qMin(2 * m_retryDelayMs, kLongestRetryDelayMs);
 }
 
 void ControllerConnection::resynchronise(const QString &reason)
@@ -159,13 +226,13 @@ bool ControllerConnection::connectWithin(const QDeadlineTimer &deadline)
         beginConnecting(m_knownAddress.isEmpty() ? m_host : m_knownAddress);
     }
     // Nobody can say how long it takes to find a name; the socket would wait for it without limit.
-    if (m_socket.state() == QAbstractSocket::HostLookupState)
+    if (m_socket.state() == QAbstractSocket::HostLookupState || m_isOnTrial)
         return false;
     if (m_state == ConnectingState)
         m_socket.waitForConnected(static_cast<int>(deadline.remainingTime()));
     // The socket has dropped an attempt whose limit passed.
-    if (m_state == ConnectingState)
-        connectionFailed(tr("The controller does not answer"), kLongestRetryDelayMs);
+    if (m_state == ConnectingState && !m_isOnTrial)
+        connectionFailed(tr("The controller does not answer"));
     return m_state == ConnectedState;
 }
 
@@ -208,10 +275,11 @@ Exchange ControllerConnection::exchange(const QByteArray &line)
         reportUnaskedLines();
         if (result.status == ExchangeStatus::TimedOut) {
             const QString reason = tr("The controller did not reply in time");
+            m_needsTrial = !m_hasReplied;
             if (m_hasReplied)
                 resynchronise(reason);
             else
-                connectionFailed(reason, kLongestSilenceDelayMs);
+                connectionFailed(reason);
         }
     }
     result.milliseconds = static_cast<double>(clock.nsecsElapsed()) / 1e6;
@@ -255,7 +323,9 @@ void ControllerConnection::receive()
 
 void ControllerConnection::onReadyRead()
 {
-    if (m_busy)
+    if (m_isOnTrial)
+        readTrial();
+    else if (m_busy)
         receive();
     else
         dropUnaskedLines();

@@ -3,6 +3,7 @@
 #include "Exchange.h"
 #include "LineBuffer.h"
 
+#include <QElapsedTimer>
 #include <QHostAddress>
 #include <QObject>
 #include <QTcpSocket>
@@ -15,8 +16,12 @@ class QDeadlineTimer;
 /// An exchange runs no event loop, so nothing else of the program happens during it. A reply that
 /// did not come in time is never given to a later request: the connection is given up and opened
 /// anew. A lost connection is opened again from the event loop, with growing pauses; until then
-/// every exchange fails at once. One on which no request was ever answered counts as lost with its
-/// first time-out, so that a controller which is silent for good holds nobody up for long.
+/// every exchange fails at once.
+///
+/// A connection on which no request was ever answered counts as lost with its first time-out. From
+/// then on a new one must answer a trial, which holds nobody up, before it counts as made: a
+/// controller that accepts connections and is silent for good would else cost a time limit with
+/// each.
 class ControllerConnection : public QObject {
     Q_OBJECT
 
@@ -34,6 +39,9 @@ public:
     /// Time limit of one exchange.
     void setTimeoutMs(int timeoutMs);
     int timeoutMs() const { return m_timeoutMs; }
+    /// What a controller that was silent is asked as its trial, a parameter that can be read at any
+    /// time. Without one there is no trial.
+    void setTrialParameter(const QByteArray &parameter);
 
     /// Begins to connect, and keeps the connection up until close().
     void open(const QString &host, quint16 port);
@@ -66,14 +74,21 @@ signals:
     void stateChanged(ControllerConnection::State state);
     /// A line that no request was waiting for.
     void unaskedLine(const QByteArray &line);
+    /// A trial came to its end.
+    void tried(const Exchange &exchange);
 
 private:
     void beginConnecting(const QString &host);
     void onConnected();
+    void onAttemptLimit();
+    void becomeConnected();
     void onDisconnected();
     void onError(QAbstractSocket::SocketError error);
     void onReadyRead();
-    void connectionFailed(const QString &reason, int longestDelayMs);
+    void connectionFailed(const QString &reason);
+    void beginTrial();
+    void readTrial();
+    void endTrial(ExchangeStatus status);
     bool connectWithin(const QDeadlineTimer &deadline);
     ExchangeStatus waitForReply(const QDeadlineTimer &deadline, QByteArray *reply);
     void receive();
@@ -96,6 +111,11 @@ private:
     bool m_wanted = false;
     bool m_busy = false;
     bool m_hasReplied = false; ///< on the connection that stands
+    bool m_needsTrial = false; ///< the controller has not replied since it was silent
+    bool m_isOnTrial = false;  ///< a trial is under way
+    QByteArray m_trialParameter;
+    Exchange m_trial;
+    QElapsedTimer m_trialClock;
     /// The connection was given up on purpose, so the next exchange may wait for a new one.
     bool m_reconnectForExchange = false;
 };

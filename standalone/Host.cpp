@@ -16,7 +16,7 @@
 namespace {
 
 /// A single one may be an accident, in particular while the controller starts.
-constexpr int kMostVersionTimeOuts = 2;
+constexpr int kMostTimeOuts = 2;
 constexpr int kRateIntervalMs = 250;
 
 void printLine(const QString &text)
@@ -123,6 +123,7 @@ bool Host::loadModule(QString *error)
 bool Host::startController(QString *error)
 {
     m_connection.setTimeoutMs(m_options.timeoutMs);
+    m_connection.setTrialParameter("status active");
     if (!m_options.backendVersion.isEmpty())
         parseBackendVersion(m_options.backendVersion.toLatin1(), &m_versions);
 
@@ -170,9 +171,12 @@ void Host::connectParts()
     m_window->setController(m_controller ? tr("Simulated controller") : tr("Controller"), address);
     printLine(m_controller ? tr("Simulated controller at %1").arg(address)
                            : tr("Controller at %1").arg(address));
-    connect(&m_service, &HostCommandService::exchanged, this,
-            [this](const Exchange &exchange) { m_transcript.add(exchange); });
-    connect(&m_service, &HostCommandService::exchanged, m_window.get(), &MainWindow::addExchange);
+    const auto show = [this](const Exchange &exchange) {
+        m_transcript.add(exchange);
+        m_window->addExchange(exchange);
+    };
+    connect(&m_service, &HostCommandService::exchanged, m_window.get(), show);
+    connect(&m_connection, &ControllerConnection::tried, m_window.get(), show);
     connect(&m_connection, &ControllerConnection::unaskedLine, m_window.get(),
             [this](const QByteArray &line) {
                 m_transcript.addUnasked(line);
@@ -195,9 +199,14 @@ bool Host::greetController()
     if (!m_dataReceiver.start(m_connection.localAddress(), m_dataSource, &reason)) {
         m_window->addMessage(QDateTime::currentDateTime(), tr("Host"),
                              tr("Error: No data lines can be received: %1").arg(reason));
-    } else {
+    } else if (m_dataTimeOuts < kMostTimeOuts) {
         const Exchange exchange =
             m_service.command("quorel2 data connect " + QByteArray::number(m_dataReceiver.port()));
+        m_dataTimeOuts = exchange.status == ExchangeStatus::TimedOut ? m_dataTimeOuts + 1 : 0;
+        if (m_dataTimeOuts == kMostTimeOuts)
+            m_window->addMessage(QDateTime::currentDateTime(), tr("Host"),
+                                 tr("Error: The controller does not answer the request for data "
+                                    "lines. There will be none."));
         // What does not answer this would cost another time limit with the next question.
         if (!exchange.replied)
             return false;
@@ -213,7 +222,7 @@ bool Host::greetController()
             m_versions = unknownBackendVersion();
         else if (status == ExchangeStatus::UnexpectedReply)
             m_asksVersion = false; // it costs the connection, and would cost the next one too
-        else if (status == ExchangeStatus::TimedOut && ++m_versionTimeOuts == kMostVersionTimeOuts)
+        else if (status == ExchangeStatus::TimedOut && ++m_versionTimeOuts == kMostTimeOuts)
             m_asksVersion = false;
     }
     m_window->setBackendVersion(backendVersionText(m_versions));

@@ -8,6 +8,7 @@
 #include <QSignalSpy>
 #include <QtTest>
 
+#include <algorithm>
 #include <atomic>
 #include <thread>
 
@@ -50,6 +51,8 @@ private slots:
     void aControllerThatFallsSilentGetsOneMoreConnectionOnly();
     void aControllerThatNeverRepliedCountsAsLost();
     void thePausesBeforeASilentControllerGrow();
+    void aSilentControllerIsTriedWithoutHoldingAnybodyUp();
+    void whatASilentControllerSaysToATrialIsNoReplyToAnythingElse();
     void theDefaultLimitIsTwoSeconds();
     void aReplyThatIsTooLongFailsAndTheNextOneIsRight();
     void theLongestLineIsTaken();
@@ -399,6 +402,80 @@ void ControllerConnectionTest::thePausesBeforeASilentControllerGrow()
         QTRY_COMPARE(connection.state(), ControllerConnection::ConnectedState);
         QVERIFY2(clock.elapsed() >= leastMs, qPrintable(QString::number(clock.elapsed())));
     }
+}
+
+void ControllerConnectionTest::aSilentControllerIsTriedWithoutHoldingAnybodyUp()
+{
+    std::atomic<bool> silent{true};
+    ScriptedController controller(
+        [&](const QByteArray &request, const ScriptedController::Client &c) {
+            if (!silent)
+                c.send(request == "quorel2 get alive" ? "quorel2 set alive yes\n" : "quorel2 ok\n");
+        });
+    QVERIFY(controller.start());
+    ControllerConnection connection;
+    connection.setTrialParameter("alive");
+    QSignalSpy states(&connection, &ControllerConnection::stateChanged);
+    QSignalSpy trials(&connection, &ControllerConnection::tried);
+    CONNECT(connection, controller);
+    connection.setTimeoutMs(kShortTimeoutMs);
+    QCOMPARE(connection.exchange("a").status, ExchangeStatus::TimedOut);
+    states.clear();
+    // It accepts connections, but none counts before it has answered.
+    QTRY_VERIFY_WITH_TIMEOUT(trials.size() >= 2, 30000);
+    for (int i = 0; i < 50; ++i)
+        QCOMPARE(connection.exchange("b").status, ExchangeStatus::NotConnected);
+    QVERIFY(!connection.waitForConnected(kLongTimeoutMs));
+    for (const QList<QVariant> &state : qAsConst(states))
+        QVERIFY(state.at(0).value<ControllerConnection::State>() !=
+                ControllerConnection::ConnectedState);
+    const Exchange failed = trials.first().at(0).value<Exchange>();
+    QCOMPARE(failed.request, QByteArray("quorel2 get alive"));
+    QCOMPARE(failed.status, ExchangeStatus::TimedOut);
+    QVERIFY(!failed.replied);
+
+    silent = false;
+    QTRY_COMPARE_WITH_TIMEOUT(connection.state(), ControllerConnection::ConnectedState, 30000);
+    const Exchange done = trials.last().at(0).value<Exchange>();
+    QCOMPARE(done.status, ExchangeStatus::Done);
+    QCOMPARE(done.reply, QByteArray("quorel2 set alive yes"));
+    connection.setTimeoutMs(kLongTimeoutMs);
+    QCOMPARE(connection.exchange("c").reply, QByteArray("quorel2 ok"));
+    QCOMPARE(connection.connectCount(), 2);
+    const std::vector<QByteArray> requests = controller.requests();
+    QCOMPARE(requests.front(), QByteArray("a"));
+    QCOMPARE(requests.back(), QByteArray("c"));
+    QCOMPARE(std::count(requests.begin(), requests.end(), "quorel2 get alive"),
+             static_cast<std::ptrdiff_t>(requests.size()) - 2);
+}
+
+void ControllerConnectionTest::whatASilentControllerSaysToATrialIsNoReplyToAnythingElse()
+{
+    std::atomic<bool> silent{true};
+    ScriptedController controller(
+        [&](const QByteArray &request, const ScriptedController::Client &c) {
+            if (silent)
+                return;
+            if (request == "quorel2 get alive")
+                c.send("quorel2 welcome\nquorel2 err no such parameter\n");
+            else
+                c.send("echo " + request + '\n');
+        });
+    QVERIFY(controller.start());
+    ControllerConnection connection;
+    connection.setTrialParameter("alive");
+    QSignalSpy unasked(&connection, &ControllerConnection::unaskedLine);
+    QSignalSpy trials(&connection, &ControllerConnection::tried);
+    CONNECT(connection, controller);
+    connection.setTimeoutMs(kShortTimeoutMs);
+    QCOMPARE(connection.exchange("a").status, ExchangeStatus::TimedOut);
+    silent = false;
+    QTRY_COMPARE_WITH_TIMEOUT(connection.state(), ControllerConnection::ConnectedState, 30000);
+    connection.setTimeoutMs(kLongTimeoutMs);
+    QCOMPARE(trials.last().at(0).value<Exchange>().status, ExchangeStatus::Refused);
+    QCOMPARE(connection.exchange("b").reply, QByteArray("echo b"));
+    QCOMPARE(unasked.size(), 1);
+    QCOMPARE(unasked.first().at(0).toByteArray(), QByteArray("quorel2 welcome"));
 }
 
 void ControllerConnectionTest::theDefaultLimitIsTwoSeconds()

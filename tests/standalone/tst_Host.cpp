@@ -100,6 +100,7 @@ private slots:
     void aControllerThatKnowsNoVersionIsTakenAsOld();
     void aControllerOutOfReachIsNoError();
     void aControllerThatNeverAnswersIsGreetedAndReportedOnce();
+    void aControllerThatGivesNoDataLinesIsUsedAllTheSame();
     void afterAReconnectTheControllerIsGreetedAnew();
     void afterATimeOutTheDataLinesComeAgain();
     void nonsenseForTheVersionIsAskedForOnce();
@@ -239,17 +240,52 @@ void HostTest::aControllerThatNeverAnswersIsGreetedAndReportedOnce()
     QString error;
     QVERIFY2(host.start(&error), qPrintable(error));
     QVERIFY(textOf(host.window(), "stateLabel").contains(QStringLiteral("Not connected")));
-    // Each further connection is greeted by one request, since the first is not answered.
+    // Each further connection is tried by a request that nobody waits for.
     QTRY_VERIFY_WITH_TIMEOUT(controller.requests().size() >= 3, kLimitMs);
     const std::vector<QByteArray> requests = controller.requests();
     QVERIFY(controller.connectionCount() >= static_cast<int>(requests.size()));
-    for (const QByteArray &request : requests)
-        QVERIFY2(request.startsWith("quorel2 data connect "), request.constData());
+    QVERIFY2(requests.front().startsWith("quorel2 data connect "), requests.front().constData());
+    for (size_t i = 1; i < requests.size(); ++i)
+        QCOMPARE(requests[i], QByteArray("quorel2 get status active"));
+    host.window()->flush();
+    QVERIFY(
+        texts(host.window(), "trafficView").contains(QStringLiteral("quorel2 get status active")));
     QTRY_COMPARE(texts(host.window(), "messageView").size(), 1);
     QVERIFY2(texts(host.window(), "messageView")
                  .at(0)
                  .startsWith(QStringLiteral("Error: No connection to the controller")),
              qPrintable(texts(host.window(), "messageView").at(0)));
+    host.end();
+}
+
+void HostTest::aControllerThatGivesNoDataLinesIsUsedAllTheSame()
+{
+    ScriptedController controller(
+        [](const QByteArray &request, const ScriptedController::Client &c) {
+            if (request == "quorel2 get status active")
+                c.send("quorel2 set status active idle\n");
+            else if (request == "quorel2 get backend version")
+                c.send("quorel2 set backend version 1.17\n");
+        });
+    QVERIFY(controller.start());
+    HostOptions options = testOptions();
+    options.controllerHost = QStringLiteral("127.0.0.1");
+    options.controllerPort = controller.port();
+    options.timeoutMs = 60;
+    Host host(options);
+    QString error;
+    QVERIFY2(host.start(&error), qPrintable(error));
+    QTRY_COMPARE_WITH_TIMEOUT(textOf(host.window(), "backendLabel"), QStringLiteral("Backend 1.17"),
+                              kLimitMs);
+    QTRY_VERIFY(textOf(host.window(), "stateLabel").contains(QStringLiteral(";Connected")));
+    int dataRequests = 0;
+    for (const QByteArray &request : controller.requests())
+        dataRequests += request.startsWith("quorel2 data connect ") ? 1 : 0;
+    QCOMPARE(dataRequests, 2);
+    host.window()->flush();
+    QVERIFY(texts(host.window(), "messageView")
+                .contains(QStringLiteral("Error: The controller does not answer the request for "
+                                         "data lines. There will be none.")));
     host.end();
 }
 
