@@ -30,7 +30,7 @@ enum Axis { X = 0, Z = 2 };
 constexpr int kWhite = 255;
 constexpr int kGrey = 128;
 /// A body that neither stands still nor moves after so many lines is not waited for any longer.
-constexpr int kLinesToGiveUp = 15 * BodyReports::kLinesToTrust;
+constexpr int kLinesToGiveUp = 8 * BodyReports::kLinesToTrust;
 /// Turned as far as this, a body is seen to have turned.
 constexpr double kVisibleTurnDeg = 8.0;
 /// Two decimals of the table, three of the controller's.
@@ -208,9 +208,8 @@ QVector<DemoStep> AxisAdjustment::setAxis()
     DemoStep choose;
     choose.name = QStringLiteral("axis-chosen");
     choose.act = [scene] {
-        QAbstractItemView *view = axisBox(scene, "axisToSetComboBox")->view();
-        const QModelIndex item = view->model()->index(Z, 0);
-        UserInput::click(view->viewport(), view->visualRect(item).center());
+        QAbstractItemView *axes = axisBox(scene, "axisToSetComboBox")->view();
+        UserInput::click(axes->viewport(), placeInList(axes, Z));
     };
     choose.done = [scene] {
         const QComboBox *box = axisBox(scene, "axisToSetComboBox");
@@ -371,10 +370,8 @@ QVector<DemoStep> AxisAdjustment::followMovingBody()
     DemoStep point;
     point.name = QStringLiteral("apply-question");
     point.act = [this] {
-        QAbstractItemView *view = bodyList()->view();
-        const QModelIndex item = view->model()->index(m_moving.index, 0);
-        view->scrollTo(item);
-        UserInput::moveMouse(view->viewport(), view->visualRect(item).center());
+        QAbstractItemView *bodies = bodyList()->view();
+        UserInput::moveMouse(bodies->viewport(), placeInList(bodies, m_moving.index));
     };
     point.done = [scene] {
         const QMessageBox *box = scene->messageBox();
@@ -481,6 +478,7 @@ DemoStep AxisAdjustment::applyAlignment()
     });
     apply.finish = [this] {
         expected().apply();
+        parts().reports->newestRotation(m_still.number, &m_rotation);
         return QString();
     };
     apply.hint = [this] {
@@ -491,4 +489,10 @@ DemoStep AxisAdjustment::applyAlignment()
                    : Texts::tr("The controller does not report the body.");
     };
     return apply;
+}
+
+QString AxisAdjustment::alignmentReport() const
+{
+    return Texts::tr("The controller reports its axes parallel to the room's: %1.")
+        .arg(rotationText(m_rotation));
 }

@@ -20,6 +20,8 @@ public:
     AxisAdjustment(const DemoParts &parts, const DemoAdjustment *before);
 
     QVector<DemoStep> steps() override;
+    /// How the controller reported the body after Apply, in a sentence for the user.
+    QString alignmentReport() const;
 
 private:
     using Rotation = std::array<double, 9>;

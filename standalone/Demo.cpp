@@ -46,5 +46,6 @@ void Demo::end(const QString &problem)
     QString second;
     const bool isFirstRight = m_first.check(&first);
     const bool isSecondRight = m_second.check(&second);
-    emit finished(isFirstRight && isSecondRight ? 0 : 1, first + QLatin1Char('\n') + second);
+    emit finished(isFirstRight && isSecondRight ? 0 : 1,
+                  QStringList{first, second, m_second.alignmentReport()}.join(QLatin1Char('\n')));
 }

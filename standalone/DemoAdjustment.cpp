@@ -149,10 +149,8 @@ DemoStep DemoAdjustment::chooseBody(const QString &name, const std::function<Lis
     DemoStep step;
     step.name = name;
     step.act = [this, body] {
-        QAbstractItemView *view = bodyList()->view();
-        const QModelIndex item = view->model()->index(body().index, 0);
-        view->scrollTo(item);
-        UserInput::click(view->viewport(), view->visualRect(item).center());
+        QAbstractItemView *list = bodyList()->view();
+        UserInput::click(list->viewport(), placeInList(list, body().index));
     };
     step.done = [this, body] {
         return !bodyList()->view()->isVisible() && bodyList()->currentIndex() == body().index &&
@@ -189,6 +187,16 @@ DemoStep DemoAdjustment::close(const QString &name)
 QComboBox *DemoAdjustment::bodyList() const
 {
     return m_parts.scene->inDialog<QComboBox>("body_name");
+}
+
+QPoint DemoAdjustment::placeInList(QAbstractItemView *list, int row)
+{
+    const QModelIndex item = list->model()->index(row, 0);
+    list->scrollTo(item);
+    // An entry may be wider than what is seen of it. Its text is at the left; the middle is where a
+    // click opened the list, whose second half it could be taken for.
+    const QRect seen = list->visualRect(item).intersected(list->viewport()->rect());
+    return {seen.left() + seen.width() / 4, seen.center().y()};
 }
 
 QVector<ListedBody> DemoAdjustment::listedBodies() const

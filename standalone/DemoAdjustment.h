@@ -3,6 +3,7 @@
 #include "ExpectedDefinition.h"
 #include "StepPlayer.h"
 
+#include <QPoint>
 #include <QString>
 #include <QVector>
 
@@ -11,6 +12,7 @@
 class BodyReports;
 class DemoScene;
 class HostCommandService;
+class QAbstractItemView;
 class QAction;
 class QComboBox;
 
@@ -65,6 +67,8 @@ protected:
 
     QVector<ListedBody> listedBodies() const;
     QComboBox *bodyList() const;
+    /// Where in an open list's viewport an entry is seen, after it was scrolled into view.
+    static QPoint placeInList(QAbstractItemView *list, int row);
     /// Begins to expect something of a body: what the controller holds of it now.
     /// @return a sentence for the user if the controller does not tell
     QString adopt(const ListedBody &body);

@@ -136,7 +136,8 @@ DemoScene::Picture DemoScene::grab() const
         const QPointF corner = viewWidget->mapToGlobal(QPoint()) - shown.topLeft();
         const QRect part(QPointF(corner * ratio).toPoint(),
                          (QSizeF(viewWidget->size()) * ratio).toSize());
-        if (result.image.rect().contains(part)) {
+        // Of a window larger than the screen, what is not seen of the view stays black.
+        if (result.image.rect().intersects(part)) {
             result.view = result.image.copy(part).convertToFormat(QImage::Format_RGB32);
             result.view.setDevicePixelRatio(ratio);
         }

@@ -147,9 +147,9 @@ QString HostOptions::helpText()
         "\n"
         "Program:\n"
         "  --plugin FILE            load the module from FILE\n"
-        "  --demo DIR               play one adjustment and end, leave pictures and the\n"
+        "  --demo DIR               play two adjustments and end, leave pictures and the\n"
         "                           transcript in DIR; exit code 0 if the controller\n"
-        "                           holds the result\n"
+        "                           holds the results\n"
         "  -h, --help               show this text and end\n"
         "  -v, --version            show the version and end\n");
 }

@@ -340,14 +340,19 @@ void HostProcessTest::theDemonstrationIsRightForARightModule()
     const Result result = run({QStringLiteral("--plugin"), kPlugin, QStringLiteral("--demo"),
                                folder.path(), QStringLiteral("--seed"), QStringLiteral("5")});
     QVERIFY2(result.ended && result.exitCode == 0, qPrintable(result.output + result.errors));
-    QVERIFY2(result.output.contains(
-                 QStringLiteral("The controller holds the expected definition of standard body 1")),
-             qPrintable(result.output));
+    for (const char *body : {"standard body 1", "standard body 9"})
+        QVERIFY2(result.output.contains(
+                     QStringLiteral("The controller holds the expected definition of ") +
+                     QLatin1String(body)),
+                 qPrintable(result.output));
 
-    QCOMPARE(folder.entryList({QStringLiteral("*.png")}, QDir::Files, QDir::Name),
+    const QStringList pictures =
+        folder.entryList({QStringLiteral("*.png")}, QDir::Files, QDir::Name);
+    QCOMPARE(pictures.mid(0, 10),
              (QStringList{"01-main-window.png", "02-menu.png", "03-dialog.png", "04-body-list.png",
                           "05-body-chosen.png", "06-origin-to-cog.png", "07-turn-typed.png",
                           "08-turned.png", "09-applied.png", "10-closed.png"}));
+    QCOMPARE(pictures.last(), QStringLiteral("39-closed-again.png"));
     for (const QString &name : folder.entryList({QStringLiteral("*.png")}, QDir::Files)) {
         const QImage picture(folder.filePath(name));
         QVERIFY2(picture.width() >= 200 && picture.height() >= 200, qPrintable(name));
@@ -367,6 +372,7 @@ void HostProcessTest::theDemonstrationIsRightForARightModule()
         QVERIFY2(lines.at(i + 1).startsWith(QStringLiteral("< quorel2 ")),
                  qPrintable(lines.at(i + 1)));
     }
+    QCOMPARE(lines.filter(QStringLiteral("> quorel2 body transform ")).size(), 3);
     const QStringList transforms =
         lines.filter(QStringLiteral("> quorel2 body transform standard b01 "));
     QCOMPARE(transforms.size(), 1);

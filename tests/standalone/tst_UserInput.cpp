@@ -5,9 +5,11 @@
 #include <QDoubleSpinBox>
 #include <QHBoxLayout>
 #include <QLineEdit>
-#include <QMenuBar>
+#include <QMenu>
+#include <QMouseEvent>
 #include <QPushButton>
 #include <QSignalSpy>
+#include <QTimer>
 #include <QtTest>
 
 class UserInputTest : public QObject {
@@ -19,6 +21,7 @@ private slots:
     void aDisabledButtonStaysUnpressed();
     void aModalWindowKeepsClicksFromOthers();
     void clicksAreNeverDoubleClicks();
+    void aRightPressOpensAMenuAndItsReleaseComesToTheMenu();
     void textGoesWhereTheFocusIs();
     void selectAllAndTypeReplacesTheText();
     void returnEndsAnEdit();
@@ -99,6 +102,40 @@ void UserInputTest::clicksAreNeverDoubleClicks()
     UserInput::click(&edit);
     UserInput::click(&edit);
     QVERIFY(!edit.hasSelectedText());
+}
+
+void UserInputTest::aRightPressOpensAMenuAndItsReleaseComesToTheMenu()
+{
+    class Surface : public QWidget {
+    public:
+        QMenu menu;
+        QAction *entry = menu.addAction(QStringLiteral("entry"));
+        QAction *chosen = nullptr;
+        int released = 0;
+
+    protected:
+        void mousePressEvent(QMouseEvent *event) override
+        {
+            if (event->button() == Qt::RightButton)
+                chosen = menu.exec(event->globalPos());
+        }
+        void mouseReleaseEvent(QMouseEvent *) override { ++released; }
+    };
+    Surface surface;
+    surface.resize(200, 150);
+    surface.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&surface));
+    QTimer::singleShot(0, &surface, [&] {
+        QVERIFY(QTest::qWaitForWindowExposed(&surface.menu));
+        UserInput::release(&surface.menu,
+                           surface.menu.mapFromGlobal(surface.mapToGlobal(QPoint(30, 40))),
+                           Qt::RightButton);
+        QVERIFY(surface.menu.isVisible());
+        UserInput::click(&surface.menu, surface.menu.actionGeometry(surface.entry).center());
+    });
+    UserInput::press(&surface, QPoint(30, 40), Qt::RightButton);
+    QCOMPARE(surface.chosen, surface.entry);
+    QCOMPARE(surface.released, 0);
 }
 
 void UserInputTest::textGoesWhereTheFocusIs()

@@ -9,16 +9,11 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialog>
-#include <QDir>
 #include <QDoubleSpinBox>
-#include <QImage>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPointer>
-#include <QProcess>
 #include <QPushButton>
-#include <QRegularExpression>
-#include <QTemporaryDir>
 #include <QTimer>
 #include <QtTest>
 
@@ -31,7 +26,6 @@ namespace {
 using Position = std::array<double, 3>;
 
 const QString kPlugin = QStringLiteral(QUOREL2_BUILD_DIR "/plugins/libBodyAdjustmentModule.so");
-const QString kHost = QStringLiteral(QUOREL2_BUILD_DIR "/bin/quorel2-host");
 
 double largestDifference(const QVector<Position> &a, const QVector<Position> &b)
 {
@@ -268,75 +262,6 @@ private slots:
             });
         }
         QCOMPARE(controller.value("tracking reference"), QByteArray("standard b04"));
-    }
-
-    void theDemoReachesItsGoal_data()
-    {
-        QTest::addColumn<bool>("external");
-        QTest::newRow("on the embedded controller") << false;
-        QTest::newRow("on a controller process") << true;
-    }
-
-    void theDemoReachesItsGoal()
-    {
-        QFETCH(bool, external);
-        ControllerProcess controller;
-        QStringList arguments = {"--plugin", kPlugin};
-        if (external) {
-            QVERIFY(controller.start());
-            arguments += QStringList{"--controller", controller.address()};
-        }
-        QTemporaryDir folder;
-        arguments += QStringList{"--demo", folder.filePath("out")};
-        QProcess host;
-        host.setProcessChannelMode(QProcess::MergedChannels);
-        host.start(kHost, arguments);
-        QVERIFY(host.waitForFinished(120000));
-        const QByteArray output = host.readAll();
-        QVERIFY2(host.exitStatus() == QProcess::NormalExit && host.exitCode() == 0,
-                 output.constData());
-
-        const QDir out(folder.filePath("out"));
-        const QStringList pictures = out.entryList({"*.png"});
-        QVERIFY(pictures.size() >= 5);
-        for (const QString &picture : pictures) {
-            const QImage image(out.filePath(picture));
-            QVERIFY2(image.width() > 300 && image.height() > 200, qPrintable(picture));
-        }
-        QFile file(out.filePath("transcript.txt"));
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QList<QByteArray> lines = file.readAll().split('\n');
-        QList<QByteArray> transforms;
-        for (const QByteArray &line : lines) {
-            QVERIFY2(line.isEmpty() || line.startsWith("> ") || line.startsWith("< "),
-                     line.constData());
-            if (line.startsWith("> quorel2 body transform "))
-                transforms.append(line);
-        }
-        QCOMPARE(transforms.size(), 1);
-        const QRegularExpression format("^> quorel2 body transform (standard|vimbar) b\\d\\d"
-                                        "( -?\\d+\\.\\d{3}){3}( -?\\d\\.\\d{8}){9}$");
-        QVERIFY2(format.match(QString::fromLatin1(transforms.first())).hasMatch(),
-                 transforms.first().constData());
-        QVERIFY(transforms.first().contains(" 0.86602540 -0.50000000 "));
-    }
-
-    void theDemoTellsWhenTheControllerRefuses()
-    {
-        QTemporaryDir folder;
-        QFile scenario(folder.filePath("refusing.json"));
-        QVERIFY(scenario.open(QIODevice::WriteOnly));
-        scenario.write("{\"extends\": \"default\", \"faults\": {\"requests\": [{\"request\": "
-                       "\"quorel2 body transform\", \"kind\": \"error\"}]}}");
-        scenario.close();
-        QProcess host;
-        host.setProcessChannelMode(QProcess::MergedChannels);
-        host.start(kHost, {"--plugin", kPlugin, "--scenario", scenario.fileName(), "--demo",
-                           folder.filePath("out")});
-        QVERIFY(host.waitForFinished(120000));
-        const QByteArray output = host.readAll();
-        QCOMPARE(host.exitCode(), 1);
-        QVERIFY2(output.contains("marker"), output.constData());
     }
 };
 
