@@ -13,8 +13,10 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QDoubleSpinBox>
+#include <QMenu>
 #include <QPointer>
 #include <QPushButton>
+#include <QTableWidget>
 #include <QTimer>
 #include <QtTest>
 
@@ -23,6 +25,25 @@ namespace {
 constexpr int kAnswerIntervalMs = 5;
 
 } // namespace
+
+void SeenBoxes::clear()
+{
+    m_boxes.clear();
+    m_overlooked.clear();
+}
+
+void SeenBoxes::append(const SeenBox &box, bool announced)
+{
+    m_boxes.append(box);
+    if (!announced)
+        m_overlooked.append(box.text);
+}
+
+const QVector<SeenBox> &SeenBoxes::boxes() const
+{
+    m_overlooked.clear();
+    return m_boxes;
+}
 
 DialogFixture::DialogFixture()
 {
@@ -47,7 +68,22 @@ DialogFixture::DialogFixture()
     m_answerTimer->start(kAnswerIntervalMs);
 }
 
-DialogFixture::~DialogFixture() = default;
+DialogFixture::~DialogFixture()
+{
+    failOnUnusedAnswers();
+    const QStringList overlooked = boxes.overlooked();
+    if (!overlooked.isEmpty() && !QTest::currentTestFailed())
+        QTest::qFail(qPrintable(QStringLiteral("Message boxes that the test did not look at: ") +
+                                overlooked.join(QStringLiteral("; "))),
+                     __FILE__, __LINE__);
+}
+
+void DialogFixture::failOnUnusedAnswers()
+{
+    if (!answers.isEmpty() && !QTest::currentTestFailed())
+        QTest::qFail("A message box that the test has an answer for did not come.", __FILE__,
+                     __LINE__);
+}
 
 void DialogFixture::makeDialog()
 {
@@ -64,13 +100,14 @@ void DialogFixture::answerOpenBox()
     box->setProperty("answered", true);
     const auto defaultButton =
         box->defaultButton() ? box->standardButton(box->defaultButton()) : QMessageBox::NoButton;
-    boxes.append(
-        {box->icon(), box->windowTitle(), box->text(), box->standardButtons(), defaultButton});
+    const SeenBox seen = {box->icon(), box->windowTitle(), box->text(), box->standardButtons(),
+                          defaultButton};
+    boxes.append(seen, !answers.isEmpty() || answerTo);
     QMessageBox::StandardButton answer = QMessageBox::NoButton;
     if (!answers.isEmpty())
         answer = answers.takeFirst();
     else if (answerTo)
-        answer = answerTo(boxes.last());
+        answer = answerTo(seen);
     if (QAbstractButton *button = box->button(answer))
         button->click();
     else
@@ -89,10 +126,12 @@ void DialogFixture::runScript(const std::function<void()> &script)
         script();
     else
         QTest::qFail("The dialog was not shown.", __FILE__, __LINE__);
+    failOnUnusedAnswers();
+    answers.clear();
     if (guard && guard->isVisible()) {
-        answers.clear();
         answers.append(QMessageBox::Yes);
         guard->reject();
+        answers.clear();
     }
 }
 
@@ -199,6 +238,12 @@ bool DialogFixture::isEnabled(const char *name) const
     return child<QWidget>(name)->isEnabled();
 }
 
+bool DialogFixture::isItselfEnabled(const char *name) const
+{
+    auto *widget = child<QWidget>(name);
+    return widget->isEnabledTo(widget->parentWidget());
+}
+
 QStringList DialogFixture::enabledControls() const
 {
     QStringList enabled;
@@ -269,4 +314,39 @@ QAction *DialogFixture::menuAction(const QString &text) const
             return action;
     }
     return nullptr;
+}
+
+void DialogFixture::takeFromMenu(QWidget *where, const QString &entry)
+{
+    bool taken = false;
+    QTimer timer;
+    connect(&timer, &QTimer::timeout, &timer, [&] {
+        auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+        if (!menu || !menu->isVisible())
+            return;
+        timer.stop();
+        for (QAction *action : menu->actions()) {
+            if (action->text() == entry) {
+                menu->setActiveAction(action);
+                taken = true;
+            }
+        }
+        QTest::keyClick(menu, taken ? Qt::Key_Return : Qt::Key_Escape);
+    });
+    timer.start(5);
+    QTest::mouseClick(where, Qt::RightButton);
+    QVERIFY2(taken, qPrintable(entry));
+}
+
+QStringList DialogFixture::tableRows() const
+{
+    auto *table = child<QTableWidget>("tableWidget_data");
+    QStringList rows;
+    for (int row = 0; row < table->rowCount(); ++row) {
+        QStringList cells;
+        for (int column = 0; column < table->columnCount(); ++column)
+            cells.append(table->item(row, column)->text());
+        rows.append(cells.join(QLatin1Char(' ')));
+    }
+    return rows;
 }

@@ -26,6 +26,31 @@ struct SeenBox {
     QMessageBox::StandardButton defaultButton;
 };
 
+/// The message boxes that came up, oldest first. Knows which of them the test has looked at: asking
+/// for anything here looks at all that there are.
+class SeenBoxes {
+public:
+    int size() const { return boxes().size(); }
+    bool isEmpty() const { return boxes().isEmpty(); }
+    const SeenBox &first() const { return boxes().first(); }
+    const SeenBox &last() const { return boxes().last(); }
+    const SeenBox &at(int index) const { return boxes().at(index); }
+    QVector<SeenBox>::const_iterator begin() const { return boxes().cbegin(); }
+    QVector<SeenBox>::const_iterator end() const { return boxes().cend(); }
+    void clear();
+
+    /// @param announced  the test has said beforehand that it comes
+    void append(const SeenBox &box, bool announced = false);
+    /// The texts of the boxes that came unannounced and that nobody has looked at.
+    QStringList overlooked() const { return m_overlooked; }
+
+private:
+    const QVector<SeenBox> &boxes() const;
+
+    QVector<SeenBox> m_boxes;
+    mutable QStringList m_overlooked;
+};
+
 /// A dialog on a fake host whose controller holds these bodies:
 ///
 /// list position | body | target type | markers
@@ -36,6 +61,9 @@ struct SeenBox {
 /// 4 | standard 5 "Raw" | tt_std, uncalibrated | 4
 /// 5 | vimbar 1 "Probe" | tt_std | 4
 /// 6 | vimbar 2 "Spare probe" | tt_std | 5
+///
+/// A test whose fixture ends with message boxes that the test neither announced by an answer nor
+/// looked at fails; so does one whose answers no box wanted.
 class DialogFixture : public QObject {
 public:
     enum Position { Wand, Plain, Pen, Tube, Raw, Probe, SpareProbe };
@@ -65,7 +93,7 @@ public:
     /// answerTo() tells, else with its escape button; what was seen is kept.
     QVector<QMessageBox::StandardButton> answers;
     std::function<QMessageBox::StandardButton(const SeenBox &)> answerTo;
-    QVector<SeenBox> boxes;
+    SeenBoxes boxes;
     bool leaveBoxesOpen = false;
 
     void choose(int listPosition);
@@ -79,6 +107,8 @@ public:
         return static_cast<T *>(childNamed(name, T::staticMetaObject));
     }
     bool isEnabled(const char *name) const;
+    /// Whether the control itself is enabled, on whatever page it stands.
+    bool isItselfEnabled(const char *name) const;
     QStringList enabledControls() const;
     /// Types into one component (0 to 2) of a value group, without confirming.
     void typeValue(const char *group, int component, const QString &text);
@@ -87,6 +117,10 @@ public:
     void changeValue(const char *group, int component, double by);
     void selectMarker(int index);
     QAction *menuAction(const QString &text) const;
+    /// Right-clicks and takes an entry of the menu that opens, by the keyboard.
+    void takeFromMenu(QWidget *where, const QString &entry);
+    /// The cells of each row of the marker table, joined by blanks.
+    QStringList tableRows() const;
 
     QStringList transcript() const { return host.transcript; }
 
@@ -97,4 +131,5 @@ private:
     void quickly(const std::function<void()> &script, const std::function<void()> &open);
 
     QTimer *m_answerTimer;
+    void failOnUnusedAnswers();
 };

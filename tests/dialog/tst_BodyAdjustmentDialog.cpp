@@ -616,7 +616,7 @@ private slots:
 
             // What was applied is what Cancel has to take back.
             fixture().boxes.clear();
-            fixture().answers = {QMessageBox::Yes};
+            fixture().answers.fill(QMessageBox::Yes, apply ? 1 : 0);
             fixture().host.clearRecords();
             fixture().click("cancel_button");
             QCOMPARE(fixture().boxes.size(), apply ? 1 : 0);

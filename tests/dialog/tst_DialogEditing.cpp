@@ -474,7 +474,7 @@ private slots:
             host().hook = nullptr;
             host().clearRecords();
             fixture().boxes.clear();
-            fixture().answers = {QMessageBox::Yes};
+            fixture().answers.fill(QMessageBox::Yes, questions);
             fixture().click("cancel_button");
             QCOMPARE(fixture().boxes.size(), questions);
             QCOMPARE(transforms().size(), discards);

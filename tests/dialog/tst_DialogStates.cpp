@@ -136,33 +136,15 @@ private:
     {
         return shown(fixture().child<QLabel>("body_icon")->pixmap(Qt::ReturnByValue));
     }
-    /// Whether the control itself is enabled, on whatever page it stands.
-    bool isItselfEnabled(const char *name)
-    {
-        auto *widget = fixture().child<QWidget>(name);
-        return widget->isEnabledTo(widget->parentWidget());
-    }
     QStringList enabledRoomButtons()
     {
         QStringList enabled;
         for (const char *name :
              {"adjust_axes_to_room_button", "pushButton_due_to_room", "pushButton_due_to_room_0"}) {
-            if (isItselfEnabled(name))
+            if (fixture().isItselfEnabled(name))
                 enabled.append(QString::fromLatin1(name));
         }
         return enabled;
-    }
-    QStringList tableRows()
-    {
-        auto *table = fixture().child<QTableWidget>("tableWidget_data");
-        QStringList rows;
-        for (int row = 0; row < table->rowCount(); ++row) {
-            QStringList cells;
-            for (int column = 0; column < 4; ++column)
-                cells.append(table->item(row, column)->text());
-            rows.append(cells.join(QLatin1Char(' ')));
-        }
-        return rows;
     }
     QStringList emissionRecords()
     {
@@ -220,28 +202,6 @@ private:
                 on.append(QString::fromLatin1(option.second));
         }
         return on;
-    }
-    /// Right-clicks and takes an entry of the menu that opens by the keyboard.
-    void takeFromMenu(QWidget *where, const QString &entry)
-    {
-        bool taken = false;
-        QTimer timer;
-        connect(&timer, &QTimer::timeout, &timer, [&] {
-            auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
-            if (!menu || !menu->isVisible())
-                return;
-            timer.stop();
-            for (QAction *action : menu->actions()) {
-                if (action->text() == entry) {
-                    menu->setActiveAction(action);
-                    taken = true;
-                }
-            }
-            QTest::keyClick(menu, taken ? Qt::Key_Return : Qt::Key_Escape);
-        });
-        timer.start(5);
-        QTest::mouseClick(where, Qt::RightButton);
-        QVERIFY2(taken, qPrintable(entry));
     }
     void sendKey(int key, const QString &text, quint32 nativeModifiers, bool *accepted)
     {
@@ -344,7 +304,7 @@ private slots:
         const auto check = [&](const QStringList &expected) {
             QCOMPARE(fixture().child<QComboBox>("body_name")->currentIndex(), position);
             QCOMPARE(fixture().child<QLabel>("loadBody")->text(), caption);
-            QCOMPARE(tableRows().size(), rows);
+            QCOMPARE(fixture().tableRows().size(), rows);
             QCOMPARE(canvas()->isBodyLoaded(), rows > 0);
             QCOMPARE(canvas()->body().markerCount(), rows);
             QCOMPARE(fixture().enabledControls(), expected);
@@ -808,7 +768,7 @@ private slots:
                 QCOMPARE(tabs->currentIndex(), 0);
                 QVERIFY(tabs->isTabEnabled(0) && tabs->isTabEnabled(1));
                 QVERIFY(!fixture().child<QWidget>("doubleSpinBox_ex")->isVisible());
-                QVERIFY(isItselfEnabled("doubleSpinBox_ex"));
+                QVERIFY(fixture().isItselfEnabled("doubleSpinBox_ex"));
                 QCOMPARE(fixture().enabledControls(), enabled);
                 QCOMPARE(emissionRecords(), emissions);
             }
@@ -875,14 +835,14 @@ private slots:
             host().clearRecords();
             QAction *action = fixture().menuAction(entry);
             const bool checked = action->isChecked();
-            takeFromMenu(canvas(), entry);
+            fixture().takeFromMenu(canvas(), entry);
             QCOMPARE(shownOptions(), toggled);
             QCOMPARE(action->isChecked(), !checked);
-            takeFromMenu(canvas(), entry);
+            fixture().takeFromMenu(canvas(), entry);
             QCOMPARE(shownOptions(), initial);
             QCOMPARE(action->isChecked(), checked);
             // Another body is shown with the same options.
-            takeFromMenu(canvas(), entry);
+            fixture().takeFromMenu(canvas(), entry);
             fixture().choose(DialogFixture::Plain);
             QCOMPARE(shownOptions(), toggled);
         });
@@ -952,7 +912,7 @@ private slots:
             QCOMPARE(stack->currentIndex(), 0);
             for (QWidget *place : {static_cast<QWidget *>(table->viewport()),
                                    static_cast<QWidget *>(stack->widget(1))}) {
-                takeFromMenu(canvas(), "Data view");
+                fixture().takeFromMenu(canvas(), "Data view");
                 QCOMPARE(stack->currentIndex(), 1);
                 QVERIFY(table->isVisible());
                 QVERIFY(!canvas()->isVisible());
@@ -960,7 +920,7 @@ private slots:
                 list->setFocus();
                 QTRY_VERIFY(list->hasFocus());
                 FocusReasons focus(canvas());
-                takeFromMenu(place, "Graphic view");
+                fixture().takeFromMenu(place, "Graphic view");
                 QCOMPARE(stack->currentIndex(), 0);
                 QVERIFY(canvas()->isVisible());
                 QVERIFY(fixture().isEnabled("reset_view_button"));
@@ -1078,15 +1038,17 @@ private slots:
     {
         fixture().session([&] {
             fixture().choose(DialogFixture::Plain);
-            QCOMPARE(tableRows(), (QStringList{"1 0.00 0.00 0.00", "2 100.00 0.00 0.00",
-                                               "3 0.00 60.00 0.00", "4 30.00 40.00 50.00"}));
+            QCOMPARE(fixture().tableRows(),
+                     (QStringList{"1 0.00 0.00 0.00", "2 100.00 0.00 0.00", "3 0.00 60.00 0.00",
+                                  "4 30.00 40.00 50.00"}));
             QVERIFY(!fixture().isEnabled("set_origin_button"));
             canvas()->select(canvas()->body().markers().at(3));
             QVERIFY(fixture().isEnabled("set_origin_button"));
             QVERIFY(!fixture().isEnabled("apply_button"));
             fixture().click("set_origin_button");
-            QCOMPARE(tableRows(), (QStringList{"1 -30.00 -40.00 -50.00", "2 70.00 -40.00 -50.00",
-                                               "3 -30.00 20.00 -50.00", "4 0.00 0.00 0.00"}));
+            QCOMPARE(fixture().tableRows(),
+                     (QStringList{"1 -30.00 -40.00 -50.00", "2 70.00 -40.00 -50.00",
+                                  "3 -30.00 20.00 -50.00", "4 0.00 0.00 0.00"}));
             QVERIFY(fixture().isEnabled("apply_button"));
             QVERIFY(fixture().isEnabled("undo_button"));
             fixture().click("apply_button");
@@ -1101,7 +1063,7 @@ private slots:
             auto *tabs = fixture().child<QTabWidget>("tabWidget");
             fixture().choose(DialogFixture::Tube);
             QVERIFY(!tabs->isTabEnabled(0));
-            QVERIFY(!isItselfEnabled("body_ori_xyzWidget"));
+            QVERIFY(!fixture().isItselfEnabled("body_ori_xyzWidget"));
             dialog()->update_after_apply(DialogFixture::Tube);
             QVERIFY(tabs->isTabEnabled(0) && tabs->isTabEnabled(1));
             QCOMPARE(fixture().enabledControls(),

@@ -1,5 +1,4 @@
 #include "DialogFixture.h"
-#include "PlatformLimits.h"
 
 #include <dialog/BodyAdjustmentDialog.h>
 #include <model/abcBody.h>
@@ -34,7 +33,6 @@ class TestEmissionTab : public QObject {
     Q_OBJECT
 
 private:
-    std::unique_ptr<PlatformLimits> m_limits;
     std::unique_ptr<DialogFixture> m_fixture;
     DialogFixture &fixture() { return *m_fixture; }
     FakeHost &host() { return m_fixture->host; }
@@ -86,16 +84,9 @@ private:
     }
 
 private slots:
-    void init()
-    {
-        m_limits = std::make_unique<PlatformLimits>();
-        m_fixture = std::make_unique<DialogFixture>();
-    }
-    void cleanup()
-    {
-        m_fixture.reset();
-        m_limits.reset();
-    }
+    void initTestCase() { dropWindowlessWarnings(); }
+    void init() { m_fixture = std::make_unique<DialogFixture>(); }
+    void cleanup() { m_fixture.reset(); }
 
     void eachFieldAloneReachesTheMarkersAtOnce_data()
     {
