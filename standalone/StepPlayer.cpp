@@ -46,7 +46,7 @@ void StepPlayer::tick()
             enter(Phase::Acting);
             // Not from within the timer: it would stand still while a dialog runs that the
             // action opens.
-            QMetaObject::invokeMethod(this, &StepPlayer::runAction, Qt::QueuedConnection);
+            QTimer::singleShot(0, this, &StepPlayer::runAction);
         }
         break;
     case Phase::Acting:
