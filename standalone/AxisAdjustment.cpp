@@ -106,7 +106,7 @@ QVector<DemoStep> AxisAdjustment::chooseStillBody()
 
     DemoStep choose = chooseBody(QStringLiteral("still-body-chosen"), [this] { return m_still; });
     choose.finish = [this] {
-        const QString problem = adopt(m_still);
+        QString problem = adopt(m_still);
         if (!problem.isEmpty())
             return problem;
         if (!parts().scene->view())

@@ -62,7 +62,7 @@ QString DemoAdjustment::adopt(const ListedBody &body)
 {
     m_body = body;
     QVector<ExpectedDefinition::Marker> markers;
-    const QString problem = readDefinition(&markers);
+    QString problem = readDefinition(&markers);
     m_expected = ExpectedDefinition(markers);
     return problem;
 }

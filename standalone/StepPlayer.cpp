@@ -23,6 +23,8 @@ StepPlayer::StepPlayer(DemoScene *scene, const QString &folder, QObject *parent)
 {
     m_timer.setInterval(kPollMs);
     connect(&m_timer, &QTimer::timeout, this, &StepPlayer::tick);
+    m_actionTimer.setSingleShot(true);
+    connect(&m_actionTimer, &QTimer::timeout, this, &StepPlayer::runAction);
 }
 
 void StepPlayer::start()
@@ -46,7 +48,7 @@ void StepPlayer::tick()
             enter(Phase::Acting);
             // Not from within the timer: it would stand still while a dialog runs that the
             // action opens.
-            QMetaObject::invokeMethod(this, &StepPlayer::runAction, Qt::QueuedConnection);
+            m_actionTimer.start();
         }
         break;
     case Phase::Acting:

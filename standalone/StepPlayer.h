@@ -76,6 +76,7 @@ private:
     Phase m_phase = Phase::Waiting;
     bool m_acted = false;
     QTimer m_timer;
+    QTimer m_actionTimer;
     QElapsedTimer m_phaseClock;
     QImage m_lastPicture;
     bool m_viewSeen = false;

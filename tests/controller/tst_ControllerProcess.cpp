@@ -249,7 +249,7 @@ private slots:
             QTRY_VERIFY_WITH_TIMEOUT(data.hasPendingDatagrams(), kPatienceMs);
             QByteArray line(static_cast<int>(data.pendingDatagramSize()), '\0');
             data.readDatagram(line.data(), line.size());
-            QVERIFY(line.startsWith("6d 8 [0 1.000]["));
+            QVERIFY(line.startsWith("6d 9 [0 1.000]["));
         }
     }
 
