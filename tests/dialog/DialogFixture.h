@@ -81,5 +81,6 @@ public:
 private:
     QWidget *childNamed(const char *name, const QMetaObject &type) const;
     void answerOpenBox();
+    void waitUntilGone();
     void runScript(const std::function<void()> &script);
 };
