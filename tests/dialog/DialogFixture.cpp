@@ -18,6 +18,7 @@
 #include <QPushButton>
 #include <QTableWidget>
 #include <QTimer>
+#include <QWindow>
 #include <QtTest>
 
 namespace {
@@ -135,10 +136,26 @@ void DialogFixture::runScript(const std::function<void()> &script)
     }
 }
 
+void DialogFixture::waitUntilGone()
+{
+    const QWindow *window = dialog->windowHandle();
+    if (!window)
+        return;
+    // Shown again before the window system has taken it away, it might get neither the focus nor
+    // an expose event.
+    const bool gone = QTest::qWaitFor(
+        [window] { return !window->isExposed() && QGuiApplication::focusWindow() != window; });
+    if (!gone)
+        QTest::qFail("The dialog did not go away.", __FILE__, __LINE__);
+    // A window manager that hears of the end only now would take the new window for the old one.
+    QTest::qWait(50);
+}
+
 int DialogFixture::session(const std::function<void()> &script)
 {
     if (!dialog)
         makeDialog();
+    waitUntilGone();
     QTimer::singleShot(0, this, [this, script] { runScript(script); });
     return dialog->update_and_exec();
 }
@@ -147,6 +164,7 @@ void DialogFixture::requestedSession(const QByteArray &request, const std::funct
 {
     if (!dialog)
         makeDialog();
+    waitUntilGone();
     host.sendToModule("BodyAdjustmentModule", "Calibration", "OpenBodyAdjustmentDialog" + request);
     bool done = false;
     const QPointer<BodyAdjustmentDialog> guard(dialog.get());

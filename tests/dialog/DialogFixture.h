@@ -127,6 +127,7 @@ public:
 private:
     QWidget *childNamed(const char *name, const QMetaObject &type) const;
     void answerOpenBox();
+    void waitUntilGone();
     void runScript(const std::function<void()> &script);
     void quickly(const std::function<void()> &script, const std::function<void()> &open);
 
