@@ -2,6 +2,7 @@
 
 #include <dialog/BodyAdjustmentDialog.h>
 #include <tests/support/TestMain.h>
+#include <widgets/bsDoubleWidget.h>
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -851,6 +852,42 @@ private slots:
         QCOMPARE(withPlainZeros(journal()),
                  when(edited && !applied, {transform("vimbar b02", "0.000 12.350 0.000")}) +
                      closing(c));
+    }
+
+    void aGestureThatIsStillOpenCounts_data()
+    {
+        QTest::addColumn<QByteArray>("button");
+        QTest::addColumn<QStringList>("expected");
+        const Controller c;
+        const QString written = transform("standard b02", "0.000 0.000 -4.000");
+        QTest::newRow("Apply") << QByteArray("apply_button")
+                               << applying(c, written, "standard b02", 4);
+        QTest::newRow("OK") << QByteArray("ok_button") << QStringList{written} + closing(c);
+        QTest::newRow("Cancel") << QByteArray("cancel_button") << closing(c);
+        QTest::newRow("another body")
+            << QByteArray() << QStringList{written} + loading("vimbar b01", 4);
+    }
+
+    void aGestureThatIsStillOpenCounts()
+    {
+        QFETCH(QByteArray, button);
+        QFETCH(QStringList, expected);
+        prepare(Controller());
+        fixture().quickSession([&] {
+            fixture().choose(DialogFixture::Plain);
+            journal();
+            auto *group = fixture().child<QWidget>("body_pos_xyzWidget");
+            group->findChildren<bsDoubleWidget *>().at(2)->adjustValue(4.0);
+            const bool isAsked = button.isEmpty() || button == "cancel_button";
+            if (isAsked)
+                fixture().answers = {QMessageBox::Yes};
+            if (button.isEmpty())
+                fixture().choose(DialogFixture::Probe);
+            else
+                press(button);
+            QCOMPARE(fixture().boxes.size(), isAsked ? 1 : 0);
+            QCOMPARE(withPlainZeros(journal()), expected);
+        });
     }
 
     void aSecondOkSwitchesNothingOnAgain()
