@@ -2,6 +2,7 @@
 
 #include <dialog/BodyAdjustmentDialog.h>
 #include <tests/support/TestMain.h>
+#include <widgets/bsDoubleWidget.h>
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -853,6 +854,42 @@ private slots:
                      closing(c));
     }
 
+    void aGestureThatIsStillOpenCounts_data()
+    {
+        QTest::addColumn<QByteArray>("button");
+        QTest::addColumn<QStringList>("expected");
+        const Controller c;
+        const QString written = transform("standard b02", "0.000 0.000 -4.000");
+        QTest::newRow("Apply") << QByteArray("apply_button")
+                               << applying(c, written, "standard b02", 4);
+        QTest::newRow("OK") << QByteArray("ok_button") << QStringList{written} + closing(c);
+        QTest::newRow("Cancel") << QByteArray("cancel_button") << closing(c);
+        QTest::newRow("another body")
+            << QByteArray() << QStringList{written} + loading("vimbar b01", 4);
+    }
+
+    void aGestureThatIsStillOpenCounts()
+    {
+        QFETCH(QByteArray, button);
+        QFETCH(QStringList, expected);
+        prepare(Controller());
+        fixture().quickSession([&] {
+            fixture().choose(DialogFixture::Plain);
+            journal();
+            auto *group = fixture().child<QWidget>("body_pos_xyzWidget");
+            group->findChildren<bsDoubleWidget *>().at(2)->adjustValue(4.0);
+            const bool isAsked = button.isEmpty() || button == "cancel_button";
+            if (isAsked)
+                fixture().answers = {QMessageBox::Yes};
+            if (button.isEmpty())
+                fixture().choose(DialogFixture::Probe);
+            else
+                press(button);
+            QCOMPARE(fixture().boxes.size(), isAsked ? 1 : 0);
+            QCOMPARE(withPlainZeros(journal()), expected);
+        });
+    }
+
     void aSecondOkSwitchesNothingOnAgain()
     {
         Controller c;
@@ -869,15 +906,25 @@ private slots:
         });
     }
 
-    void okKeepsADeletion()
+    void whatOkKeptIsNotTakenBackAtTheNextOpening()
     {
         const Controller c;
         prepare(c);
         fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(0);
+            move(0, 10.0);
+            press("apply_button");
             journal();
             press("ok_button");
+        });
+        QCOMPARE(journal(), closing(c));
+        fixture().quickSession([&] {
+            QCOMPARE(journal(), openedAndShown(c));
+            fixture().choose(DialogFixture::Wand);
+            QCOMPARE(journal(), loading("standard b01", 5));
+            QVERIFY(!fixture().isEnabled("undo_button"));
+            cancel();
         });
         QCOMPARE(journal(), closing(c));
     }
@@ -947,6 +994,11 @@ private slots:
             cancel({QMessageBox::No});
             QVERIFY(fixture().dialog->isVisible());
             QCOMPARE(journal(), writingBack(c, "standard b01", movedWandMarkers()));
+            // They are there again.
+            cancel({QMessageBox::No});
+            QCOMPARE(journal(), QStringList());
+            press("redo_button");
+            QCOMPARE(journal(), deleting(c, "standard b01", 3) + loading("standard b01", 5));
             press("ok_button");
         });
         QCOMPARE(journal(), closing(c));
@@ -1043,6 +1095,22 @@ private slots:
 
     // Deleting markers ----------------------------------------------------------------------------
 
+    void fourMarkersRemain()
+    {
+        const Controller c;
+        prepare(c);
+        fixture().quickSession([&] {
+            fixture().choose(DialogFixture::Plain);
+            journal();
+            fixture().selectMarker(0);
+            QVERIFY(!fixture().isEnabled("pushButton_deleteMarker"));
+            QTest::keyClick(fixture().dialog.get(), Qt::Key_Delete);
+            QVERIFY(fixture().boxes.isEmpty());
+            QCOMPARE(journal(), QStringList());
+            cancel();
+        });
+    }
+
     void deletionsAreUndoneAndRedoneOneByOne()
     {
         const Controller c;
@@ -1073,6 +1141,52 @@ private slots:
         });
         // What was there at opening, in one go.
         QCOMPARE(journal(), writingBack(c, body, six) + closing(c));
+    }
+
+    void aNewDeletionReplacesTheOnesThatCouldBeRedone()
+    {
+        const Controller c;
+        prepare(c);
+        const QString body = "standard b01";
+        fixture().quickSession([&] {
+            fixture().choose(DialogFixture::Wand);
+            deleteMarker(2);
+            press("undo_button");
+            QVERIFY(fixture().isEnabled("redo_button"));
+            deleteMarker(4);
+            QVERIFY(!fixture().isEnabled("redo_button"));
+            journal();
+            press("undo_button");
+            QCOMPARE(journal(), writingBack(c, body, wandMarkers()));
+            press("redo_button");
+            QCOMPARE(journal(), deleting(c, body, 5) + loading(body, 5));
+            QVERIFY(!fixture().isEnabled("redo_button"));
+            cancel();
+        });
+        QCOMPARE(journal(), writingBack(c, body, wandMarkers()) + closing(c));
+    }
+
+    void whatWasSavedMovesWithTheBody()
+    {
+        const Controller c;
+        prepare(c);
+        const QString body = "standard b01";
+        const QString moved = transform(body, "-10.000 -0.000 -0.000");
+        fixture().quickSession([&] {
+            fixture().choose(DialogFixture::Wand);
+            deleteMarker(2);
+            deleteMarker(3);
+            move(0, 10.0);
+            journal();
+            press("apply_button");
+            QCOMPARE(journal(), applying(c, moved, body, 4));
+            press("undo_button");
+            QCOMPARE(journal(), writingBack(c, body, without(movedWandMarkers(), 2)));
+            press("undo_button");
+            QCOMPARE(journal(), writingBack(c, body, movedWandMarkers()));
+            cancel({QMessageBox::Yes});
+        });
+        QCOMPARE(journal(), QStringList{transform(body, "10.000 -0.000 -0.000")} + closing(c));
     }
 
     void anUndoneDeletionIsNotWrittenBackAgain()
@@ -1377,6 +1491,118 @@ private slots:
                               "post standard QUOREL4 1 Error: Unable to set body transformation"} +
                   when(!endsThere, {transform("standard b02", "10.000 -0.000 -0.000")}) +
                   closing(c)));
+    }
+
+    void whereADiscardIsRefusedNothingFurtherIsSent()
+    {
+        const Controller c;
+        prepare(c);
+        const QString wandBack = transform("standard b01", "15.000 -0.000 -0.000");
+        host().answerLine(wandBack, {0, "quorel2 err 3", true});
+        fixture().quickSession([&] {
+            fixture().choose(DialogFixture::Wand);
+            move(0, 10.0);
+            press("apply_button");
+            fixture().choose(DialogFixture::Probe);
+            move(0, 5.0);
+            press("apply_button");
+            journal();
+            cancel({QMessageBox::Yes});
+        });
+        QCOMPARE(withPlainZeros(journal()),
+                 withPlainZeros(
+                     QStringList{wandBack,
+                                 "post standard QUOREL4 1 Error: Unable to set body transformation",
+                                 transform("vimbar b01", "15.000 0.000 0.000"),
+                                 transform("vimbar b01", "-10.000 0.000 0.000")} +
+                     closing(c)));
+    }
+
+    void aRefusedTransformLeavesTheBodyAndItsSavedMarkersWhereTheyAre()
+    {
+        const Controller c;
+        prepare(c);
+        const QString moved = transform("standard b01", "-10.000 -0.000 -0.000");
+        const QString refused = "post standard QUOREL4 1 Error: Unable to set body transformation";
+        host().answerLine(moved, {0, "quorel2 err 3", true});
+        fixture().quickSession([&] {
+            fixture().choose(DialogFixture::Wand);
+            deleteMarker(2);
+            move(0, 10.0);
+            journal();
+            press("apply_button");
+            QStringList expected = applying(c, moved, "standard b01", 5);
+            expected.insert(2, refused);
+            QCOMPARE(journal(), expected);
+            press("undo_button");
+            QCOMPARE(journal(), writingBack(c, "standard b01", wandMarkers()));
+            // If it cannot be read again either, the change stays open.
+            host().failLine("get body number_of_marker standard b01");
+            move(0, 10.0);
+            press("apply_button");
+            host().clearFaults();
+            journal();
+            press("ok_button");
+        });
+        QCOMPARE(journal(), QStringList{moved} + closing(c));
+    }
+
+    void aRefusedTransformIsDiscardedAsIfItHadBeenTaken()
+    {
+        // Which moves the body; a second command brings it back.
+        const Controller c;
+        prepare(c);
+        host().answerLine(transform("standard b01", "-10.000 -0.000 -0.000"),
+                          {0, "quorel2 err 3", true});
+        fixture().quickSession([&] {
+            fixture().choose(DialogFixture::Wand);
+            move(0, 10.0);
+            press("apply_button");
+            host().clearFaults();
+            journal();
+            cancel({QMessageBox::Yes});
+        });
+        QCOMPARE(withPlainZeros(journal()),
+                 (QStringList{transform("standard b01", "10.000 0.000 0.000"),
+                              transform("standard b01", "-10.000 0.000 0.000")} +
+                  closing(c)));
+        QCOMPARE(host().markers("standard", 1).at(1).x, 100.0);
+    }
+
+    void aFailedTransformIsNotDiscarded()
+    {
+        const Controller c;
+        prepare(c);
+        host().failLine(transform("standard b01", "-10.000 -0.000 -0.000"));
+        fixture().quickSession([&] {
+            fixture().choose(DialogFixture::Wand);
+            move(0, 10.0);
+            press("apply_button");
+            journal();
+            cancel();
+        });
+        QCOMPARE(journal(), closing(c));
+    }
+
+    void anEntryThatCannotBeReadIsNotWrittenTo()
+    {
+        const Controller c;
+        prepare(c);
+        fixture().quickSession([&] {
+            fixture().child<QComboBox>("body_name")->setItemData(1, QString("standard|2"));
+            fixture().choose(DialogFixture::Wand);
+            journal();
+            fixture().choose(DialogFixture::Plain);
+            QCOMPARE(journal(), QStringList());
+            move(0, 10.0);
+            press("apply_button");
+            QCOMPARE(journal(), (QStringList{"quorel2 tracking stop",
+                                             transform("standard b01", "-10.000 -0.000 -0.000"),
+                                             "quorel2 tracking start"}));
+            cancel({QMessageBox::Yes});
+        });
+        QCOMPARE(journal(),
+                 QStringList{transform("standard b01", "10.000 -0.000 -0.000")} + closing(c));
     }
 
     // Requests ------------------------------------------------------------------------------------
