@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# The checks that are fast: formatting, and that includes point one way.
+# The checks that are fast: formatting, scripts, that includes point one way, and that every promised
+# behaviour has its tests.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source dev/common.sh
@@ -19,3 +20,6 @@ python3 dev/check_includes.py || fail "An include points the wrong way."
 say "Checking that the plug-in leaves the process's locale alone."
 ! grep -nE '\bsetlocale *\(' -r module protocol model view dialog widgets --include='*.cpp' --include='*.h' ||
     fail "Only the host may call setlocale()."
+
+say "Checking the promised behaviour against the tests."
+python3 dev/check_conformance.py || fail "docs/conformance.md and the tests differ."
