@@ -612,6 +612,7 @@ private:
             if (fixture().dialog->isVisible()) {
                 fixture().answers = {QMessageBox::Yes};
                 fixture().dialog->reject();
+                fixture().answers.clear();
             }
         });
         fixture().dialog->update_and_exec();

@@ -46,6 +46,7 @@ private:
             script();
             fixture().answers = {QMessageBox::Yes};
             fixture().dialog->reject();
+            fixture().answers.clear();
         });
         fixture().dialog->update_and_exec();
     }
