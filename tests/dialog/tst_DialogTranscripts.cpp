@@ -1458,6 +1458,54 @@ private slots:
                  (QStringList{"get status active", "get status active"} + unsubscribing(c)));
     }
 
+    void aRefusedDeletionIsToldAndTheBodyReadAgain_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("reply");
+        QTest::addColumn<int>("times");
+        QTest::newRow("refused") << 0 << QByteArray("quorel2 err 3") << 1;
+        QTest::newRow("failed") << 1 << QByteArray() << 2;
+        QTest::newRow("failed, yet told") << 1 << QByteArray("quorel2 ok") << 1;
+    }
+
+    void aRefusedDeletionIsToldAndTheBodyReadAgain()
+    {
+        QFETCH(int, status);
+        QFETCH(QByteArray, reply);
+        QFETCH(int, times);
+        const Controller c;
+        prepare(c);
+        const QString body = "standard b01";
+        const auto refusedDeletion = [&](int marker, int remaining) {
+            QStringList lines = deleting(c, body, marker) + loading(body, remaining);
+            for (int time = 0; time < times; ++time)
+                lines.insert(3, "post standard QUOREL4 1 Error: Unable to delete marker of body");
+            return lines;
+        };
+        fixture().quickSession([&] {
+            fixture().choose(DialogFixture::Wand);
+            journal();
+            host().answerLine("quorel2 body delete_marker standard b01 m03", {status, reply, true});
+            deleteMarker(2);
+            QCOMPARE(journal(), refusedDeletion(3, 6));
+            // It was none: the next one is the only one to undo.
+            host().clearFaults();
+            deleteMarker(2);
+            deleteMarker(3);
+            press("undo_button");
+            press("undo_button");
+            QVERIFY(!fixture().isEnabled("undo_button"));
+            journal();
+            host().answerLine("quorel2 body delete_marker standard b01 m03", {status, reply, true});
+            press("redo_button");
+            QCOMPARE(journal(), refusedDeletion(3, 6));
+            // The marker to delete next was counted without the one that is still there.
+            QVERIFY(!fixture().isEnabled("redo_button"));
+            cancel();
+        });
+        QCOMPARE(journal(), writingBack(c, body, wandMarkers()) + closing(c));
+    }
+
     void aRefusedDiscardIsPassedOverAndAFailedOneEndsIt_data()
     {
         QTest::addColumn<int>("status");
