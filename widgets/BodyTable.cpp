@@ -123,6 +123,22 @@ void BodyTable::fitEmissionColumns()
         m_form->tableWidget_emissions->setColumnWidth(column, emissionColumnWidth);
 }
 
+void BodyTable::setTabOrderBehind(QWidget *widget)
+{
+    QWidget::setTabOrder(widget, m_form->tableWidget_data);
+    QWidget::setTabOrder(m_form->tableWidget_data, m_form->tableWidget_emissions);
+}
+
+void BodyTable::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::LanguageChange) {
+        m_form->retranslateUi(this);
+        setHeaders(m_form->tableWidget_data, dataHeaders());
+        setHeaders(m_form->tableWidget_emissions, emissionHeaders());
+    }
+    QWidget::changeEvent(event);
+}
+
 void BodyTable::mousePressEvent(QMouseEvent *event)
 {
     if (event->button() == Qt::RightButton && m_contextMenu)
@@ -132,24 +148,29 @@ void BodyTable::mousePressEvent(QMouseEvent *event)
 void BodyTable::setUpTable(QTableWidget *table, const QStringList &headers)
 {
     table->setColumnCount(headers.size());
-    for (int column = 0; column < headers.size(); ++column) {
-        auto *item = new QTableWidgetItem(headers.at(column));
-        // A title stands where the values of its column stand.
-        item->setTextAlignment((column == 0 ? Qt::AlignLeft : Qt::AlignRight) | Qt::AlignVCenter);
-        table->setHorizontalHeaderItem(column, item);
-    }
     table->verticalHeader()->hide();
     // Low rows: the markers of a large body are seen at once.
     table->verticalHeader()->setDefaultSectionSize(table->fontMetrics().height() + rowMargin);
     table->horizontalHeader()->setSectionsClickable(false);
     table->horizontalHeader()->setHighlightSections(false);
     table->horizontalHeader()->setStretchLastSection(true);
-    // The numbers of the markers are short; the room is for the values.
-    table->setColumnWidth(
-        0, std::max(table->horizontalHeader()->sectionSizeHint(0), markerColumnWidth));
+    setHeaders(table, headers);
     table->setContextMenuPolicy(Qt::PreventContextMenu);
     table->setSelectionMode(QAbstractItemView::NoSelection);
     table->setEditTriggers(QAbstractItemView::NoEditTriggers);
+}
+
+void BodyTable::setHeaders(QTableWidget *table, const QStringList &headers)
+{
+    for (int column = 0; column < headers.size(); ++column) {
+        auto *item = new QTableWidgetItem(headers.at(column));
+        // A title stands where the values of its column stand.
+        item->setTextAlignment((column == 0 ? Qt::AlignLeft : Qt::AlignRight) | Qt::AlignVCenter);
+        table->setHorizontalHeaderItem(column, item);
+    }
+    // The numbers of the markers are short; the room is for the values.
+    table->setColumnWidth(
+        0, std::max(table->horizontalHeader()->sectionSizeHint(0), markerColumnWidth));
 }
 
 void BodyTable::fillPositions(const QList<MarkerRecord> &markers)

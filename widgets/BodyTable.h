@@ -50,12 +50,16 @@ public:
     void clearTable();
     /// Gives the columns of the emission direction their width; to be called on each resize.
     void fitEmissionColumns();
+    /// The Tab key leads from @p widget into the tables.
+    void setTabOrderBehind(QWidget *widget);
 
 protected:
+    void changeEvent(QEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
 
 private:
     void setUpTable(QTableWidget *table, const QStringList &headers);
+    void setHeaders(QTableWidget *table, const QStringList &headers);
     void fillPositions(const QList<MarkerRecord> &markers);
     void fillEmissions(const QList<MarkerRecord> &markers);
     void showEmissions(bool show);

@@ -2,10 +2,23 @@
 
 #include <QDialog>
 
+#include <memory>
+
+namespace Ui {
+class HelpDialog;
+}
+
 /// Explains with three pictures how the mouse controls the 3D view.
 class HelpDialog : public QDialog {
     Q_OBJECT
 
 public:
     explicit HelpDialog(QWidget *parent);
+    ~HelpDialog() override;
+
+protected:
+    void changeEvent(QEvent *event) override;
+
+private:
+    std::unique_ptr<Ui::HelpDialog> m_form;
 };

@@ -3,6 +3,9 @@
 #include "UnfocusedWheelFilter.h"
 #include "ui_SetAxisDialogClass.h"
 
+#include <QEvent>
+#include <QSignalBlocker>
+
 SetAxisDialog::SetAxisDialog(QWidget *parent)
     : QDialog(parent)
     , m_form(std::make_unique<Ui::SetAxisDialogClass>())
@@ -48,6 +51,24 @@ void SetAxisDialog::onAxisToPreserveChoice(int index)
         return;
     const int set = m_form->axisToSetComboBox->currentIndex();
     m_form->axisToCalculateComboBox->setCurrentIndex(X + Y + Z - preserved - set);
+}
+
+void SetAxisDialog::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::LanguageChange)
+        retranslate();
+    QDialog::changeEvent(event);
+}
+
+/// The form knows the list of axes to preserve only as it was before one of them was taken out.
+void SetAxisDialog::retranslate()
+{
+    QComboBox *preserve = m_form->axisToPreserveComboBox;
+    const QSignalBlocker blocker(preserve);
+    const int chosen = preserve->currentIndex();
+    m_form->retranslateUi(this);
+    onAxisToSetChoice(m_form->axisToSetComboBox->currentIndex());
+    preserve->setCurrentIndex(chosen);
 }
 
 void SetAxisDialog::validateSetAxis()

@@ -31,7 +31,11 @@ public slots:
     /// Emits setAxis() with what is chosen.
     void validateSetAxis();
 
+protected:
+    void changeEvent(QEvent *event) override;
+
 private:
+    void retranslate();
     /// The axis that the item at @p index of the preserved axes names; -1 if there is no such item.
     int axisToPreserve(int index) const;
 

@@ -6,9 +6,12 @@
 #include <QEvent>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QPaintEvent>
+#include <QPainter>
 #include <QPalette>
 #include <QPointer>
 #include <QSignalBlocker>
+#include <QStyle>
 #include <QWheelEvent>
 
 #include <qwt_wheel.h>
@@ -66,6 +69,64 @@ private:
     int m_scrolled = 0; ///< what is left of whole notches, in eighths of a degree
 };
 
+/// A label whose colour is given stays legible on a dark ground: there it stands on a light field.
+class ColouredLabel : public QLabel {
+public:
+    using QLabel::QLabel;
+
+    void setColour(const QColor &colour)
+    {
+        QPalette ownPalette = palette();
+        ownPalette.setColor(QPalette::All, QPalette::WindowText, colour);
+        setPalette(ownPalette);
+        m_hasColour = true;
+        makeRoomForField();
+    }
+
+protected:
+    void changeEvent(QEvent *event) override
+    {
+        QLabel::changeEvent(event);
+        if (event->type() == QEvent::PaletteChange)
+            makeRoomForField();
+    }
+
+    void paintEvent(QPaintEvent *event) override
+    {
+        if (needsField() && !text().isEmpty()) {
+            const Qt::Alignment side = QStyle::visualAlignment(layoutDirection(), alignment());
+            const QRect field =
+                style()
+                    ->itemTextRect(fontMetrics(), contentsRect(), int(side), true, text())
+                    .adjusted(-fieldMargin, 0, fieldMargin, 0);
+            QPainter painter(this);
+            painter.setRenderHint(QPainter::Antialiasing);
+            painter.setPen(Qt::NoPen);
+            painter.setBrush(QColor(fieldBrightness, fieldBrightness, fieldBrightness));
+            painter.drawRoundedRect(field, fieldMargin, fieldMargin);
+        }
+        QLabel::paintEvent(event);
+    }
+
+private:
+    static constexpr int fieldMargin = 3;
+    static constexpr int fieldBrightness = 235;
+
+    bool needsField() const
+    {
+        constexpr int middle = 128;
+        return m_hasColour && palette().color(backgroundRole()).lightness() < middle;
+    }
+
+    void makeRoomForField()
+    {
+        const int margin = needsField() ? fieldMargin : 0;
+        setContentsMargins(margin, 0, margin, 0);
+    }
+
+    bool m_hasColour = false;
+};
+
 double spinBoxMaximum(double maximum, bool wrapping)
 {
     return wrapping ? maximum - wrapCorrection : maximum;
@@ -86,7 +147,7 @@ bsDoubleWidget::bsDoubleWidget(QWidget *parent, bsDoubleMode mode, double minimu
     m_mainLayout = new QBoxLayout(QBoxLayout::LeftToRight, this);
     m_mainLayout->setContentsMargins(0, 0, 0, 0);
 
-    m_label = new QLabel(this);
+    m_label = new ColouredLabel(this);
     m_label->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     m_mainLayout->addWidget(m_label);
 
@@ -164,9 +225,13 @@ void bsDoubleWidget::setWrapping(bool wrapping)
 
 void bsDoubleWidget::setLabelColor(const QColor &color)
 {
-    QPalette palette = m_label->palette();
-    palette.setColor(QPalette::All, QPalette::WindowText, color);
-    m_label->setPalette(palette);
+    static_cast<ColouredLabel *>(m_label)->setColour(color);
+}
+
+void bsDoubleWidget::setQuantity(const QString &quantity)
+{
+    m_quantity = quantity;
+    nameControls();
 }
 
 bool bsDoubleWidget::isEditing() const
@@ -200,8 +265,7 @@ void bsDoubleWidget::showLabel(bool show)
 void bsDoubleWidget::setLabel(const QString &label)
 {
     m_label->setText(label);
-    m_spinBox->setAccessibleName(label);
-    m_wheel->setAccessibleName(label);
+    nameControls();
 }
 
 void bsDoubleWidget::setLabelFont(const QFont &font)
@@ -435,6 +499,18 @@ bool bsDoubleWidget::eventFilter(QObject *watched, QEvent *event)
             return true;
     }
     return QWidget::eventFilter(watched, event);
+}
+
+void bsDoubleWidget::nameControls()
+{
+    QString name = label();
+    if (!m_quantity.isEmpty()) {
+        if (name.endsWith(QLatin1Char(':')))
+            name.chop(1);
+        name = m_quantity + QLatin1Char(' ') + name;
+    }
+    m_spinBox->setAccessibleName(name);
+    m_wheel->setAccessibleName(name);
 }
 
 /// Changes that @p change makes to the spin box's value are announced, but are no edit of the user.

@@ -48,8 +48,12 @@ public:
     virtual void setStep(double step);
     /// Changing it moves the upper end of the range by 1.0.
     virtual void setWrapping(bool wrapping);
-    /// Text colour of the label, also while it is disabled.
+    /// Text colour of the label, also while it is disabled. On a dark ground the label stands on a
+    /// light field of its own.
     virtual void setLabelColor(const QColor &color);
+    /// What the value is one component of, for those who do not see where it stands: the spin box
+    /// and the wheel then carry, for example, "Body position x [mm]" as their accessible name.
+    void setQuantity(const QString &quantity);
 
     /// An editing gesture is open.
     bool isEditing() const;
@@ -70,7 +74,7 @@ public slots:
     /// is moved to its end, which is announced by valueChanged().
     virtual void setRange(double minimum, double maximum);
     virtual void showLabel(bool show);
-    /// The spin box and the wheel carry the label as their accessible name.
+    /// The spin box and the wheel carry the label, behind the quantity, as their accessible name.
     virtual void setLabel(const QString &label);
     virtual void setLabelFont(const QFont &font);
     virtual void setSuffix(const QString &suffix);
@@ -114,6 +118,7 @@ private:
     enum class Gesture { None, TakingFocus, Open, Ending };
 
     void changeWithoutGesture(const std::function<void()> &change);
+    void nameControls();
 
     double m_lastWheelValue = 0.0;
     QBoxLayout *m_mainLayout = nullptr;
@@ -121,6 +126,7 @@ private:
     QBoxLayout *m_valueLayout = nullptr;
     ValueSpinBox *m_spinBox = nullptr;
     QwtWheel *m_wheel = nullptr;
+    QString m_quantity;
     Gesture m_editing = Gesture::None;
     bool m_mouseEditing = false;
     bool m_pendingFinish = false;

@@ -127,6 +127,12 @@ QString xyzWidget::groupTitle() const
     return m_groupBox->title();
 }
 
+void xyzWidget::setQuantity(const QString &quantity)
+{
+    for (bsDoubleWidget *component : {m_x, m_y, m_z})
+        component->setQuantity(quantity);
+}
+
 bool xyzWidget::isEditing() const
 {
     return m_x->isEditing() || m_y->isEditing() || m_z->isEditing();

@@ -45,6 +45,9 @@ public:
     virtual void showGroupBox(bool show);
     virtual void setGroupTitle(const QString &title);
     virtual QString groupTitle() const;
+    /// bsDoubleWidget::setQuantity() of the components: what the triple is, for example "Body
+    /// position".
+    void setQuantity(const QString &quantity);
 
     /// An editing gesture of a component is open.
     bool isEditing() const;

@@ -5,6 +5,7 @@
 #include <QCheckBox>
 #include <QLabel>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QStyle>
 #include <QStyleOptionButton>
 #include <QTabBar>
@@ -72,7 +73,11 @@ inline QSize neededSize(const QLabel *label)
         QTextDocument document;
         document.setDefaultFont(label->font());
         document.setDocumentMargin(0);
-        document.setHtml(label->text());
+        QString html = label->text();
+        // The mark of a mnemonic is not shown.
+        if (label->buddy())
+            html.remove(QRegularExpression(QStringLiteral("&(?!\\w+;)")));
+        document.setHtml(html);
         if (label->wordWrap())
             document.setTextWidth(room.width());
         return document.size().toSize();
