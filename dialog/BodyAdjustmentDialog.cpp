@@ -1,5 +1,6 @@
 #include "BodyAdjustmentDialog.h"
 
+#include "AccessibleTexts.h"
 #include "BodyAdjustmentMessageReceiver.h"
 #include "ui_BodyAdjustmentDialogClass.h"
 
@@ -31,7 +32,7 @@ namespace {
 
 constexpr char kModuleName[] = "BodyAdjustmentModule";
 constexpr int kPollIntervalMs = 30;
-constexpr int kStatusPixmapSize = 18;
+constexpr QSize kStatusPictureSize(18, 18);
 constexpr int kEmissionTabIndex = 2;
 /// A body keeps at least this many markers.
 constexpr int kFewestMarkers = 4;
@@ -67,12 +68,6 @@ bool isWorthSending(const bsMatrix &transform)
     return false;
 }
 
-QPixmap statusPixmap(const QString &fileName)
-{
-    return QPixmap(fileName).scaled(kStatusPixmapSize, kStatusPixmapSize, Qt::IgnoreAspectRatio,
-                                    Qt::SmoothTransformation);
-}
-
 } // namespace
 
 BodyAdjustmentDialog::BodyAdjustmentDialog(IOManager *manager, QWidget *parent,
@@ -95,10 +90,6 @@ BodyAdjustmentDialog::BodyAdjustmentDialog(IOManager *manager, QWidget *parent,
     m_receiverRegistered = true;
     connect(m_messageReceiver, &BodyAdjustmentMessageReceiver::OpenBodyAdjustmentDialog, this,
             &BodyAdjustmentDialog::onReceiveOpenBodyAdjustmentDialog, Qt::QueuedConnection);
-
-    m_redPixmap = statusPixmap(QStringLiteral(":/red.png"));
-    m_greenPixmap = statusPixmap(QStringLiteral(":/green.png"));
-    m_greyPixmap = statusPixmap(QStringLiteral(":/grey.png"));
 
     m_pollTimer = new QTimer(this);
     m_pollTimer->setInterval(kPollIntervalMs);
@@ -158,11 +149,49 @@ void BodyAdjustmentDialog::createCanvasAndMenus()
     m_form->stackedWidget->insertWidget(1, m_table);
     m_form->stackedWidget->setCurrentIndex(0);
     QWidget::setTabOrder(m_form->body_name, m_canvas);
+    m_table->setTabOrderBehind(m_canvas);
+    drawIconSharply(m_form->undo_button);
+    drawIconSharply(m_form->redo_button);
     showSharpPicture(m_form->label_3, QStringLiteral(":/due_to_body.png"));
     showSharpPicture(m_form->label_4, QStringLiteral(":/due_to_room_cog.png"));
     showSharpPicture(m_form->label_5, QStringLiteral(":/due_to_room.png"));
 
     createViewMenus(this, m_canvas, m_table, m_display);
+    nameControls();
+}
+
+void BodyAdjustmentDialog::nameControls()
+{
+    // The pages that the form explains are those that the view and the table stand for.
+    m_canvas->setAccessibleName(m_form->page_1->whatsThis());
+    m_table->setAccessibleName(m_form->page_2->whatsThis());
+    describeControls(this);
+}
+
+void BodyAdjustmentDialog::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::LanguageChange)
+        retranslate();
+    QDialog::changeEvent(event);
+}
+
+void BodyAdjustmentDialog::retranslate()
+{
+    // These three are values, which the form's texts would overwrite.
+    const QVector<QLabel *> values = {m_form->label_ex, m_form->label_ey, m_form->label_ez};
+    QStringList texts;
+    for (const QLabel *value : values)
+        texts.append(value->text());
+    m_form->retranslateUi(this);
+    for (int i = 0; i < values.size(); ++i)
+        values.at(i)->setText(texts.at(i));
+    nameControls();
+    m_form->loadBody->setText(captionOfChosenBody());
+    showBodyState(m_bodyState);
+    const bool showsOpeningText = m_form->error_label->text() == m_openingText;
+    m_openingText = openingText();
+    if (showsOpeningText)
+        setErrorText(m_openingText);
 }
 
 void BodyAdjustmentDialog::configureValueWidgets()
@@ -288,7 +317,7 @@ int BodyAdjustmentDialog::update_and_exec()
         setErrorText(QString());
         m_form->reset_view_button->setEnabled(true);
         m_form->loadBody->setText(tr("Bod&y"));
-        showStatusPixmap(QPixmap());
+        showBodyState(BodyState::None);
     }
 
     m_form->set_origin_button->setEnabled(false);
@@ -384,14 +413,19 @@ void BodyAdjustmentDialog::buildBodyList()
             m_form->body_name->addItem(QIcon(), item.displayText, item.entry.toText());
         m_form->body_name->setCurrentIndex(-1);
     }
-    QString text;
-    if (list.multiUserWarning)
-        text = tr("<b><font color=red>Multi user should be disabled!</font></b>");
-    else if (!m_canvas->isValid())
-        text = tr("This display has no OpenGL: bodies are shown in the data view only.");
-    m_openingText = text;
-    setErrorText(text);
+    m_multiUserWarning = list.multiUserWarning;
+    m_openingText = openingText();
+    setErrorText(m_openingText);
     update_current_body(-1);
+}
+
+QString BodyAdjustmentDialog::openingText() const
+{
+    if (m_multiUserWarning)
+        return tr("<b><font color=red>Multi user should be disabled!</font></b>");
+    if (!m_canvas->isValid())
+        return tr("This display has no OpenGL: bodies are shown in the data view only.");
+    return QString();
 }
 
 /// @return false if the dialog has gone
@@ -553,8 +587,8 @@ void BodyAdjustmentDialog::chooseNoBody()
     if (m_canvas->isBodyLoaded())
         emptyCanvas();
     setChosenBody(QString(), -1, false, QString(), -1);
-    m_form->loadBody->setText(tr("Bod&y"));
-    showStatusPixmap(QPixmap());
+    m_form->loadBody->setText(captionOfChosenBody());
+    showBodyState(BodyState::None);
     setOnlineBoxFromState();
     refreshEditButtons();
     m_pollTimer->start();
@@ -648,10 +682,10 @@ void BodyAdjustmentDialog::chooseBodyInCanvas()
 
 void BodyAdjustmentDialog::showUncalibratedBody()
 {
-    m_form->loadBody->setText(tr("<b><font color=red>Bod&y not calibrated!</font></b>"));
+    m_form->loadBody->setText(captionOfChosenBody());
     disconnect(this, &BodyAdjustmentDialog::set_chosen_body_tracked, this,
                &BodyAdjustmentDialog::update_room_buttons);
-    showStatusPixmap(m_greyPixmap);
+    showBodyState(BodyState::NotCalibrated);
     m_table->clearTable();
     if (m_canvas->isBodyLoaded())
         emptyCanvas();
@@ -684,6 +718,8 @@ void BodyAdjustmentDialog::setChosenBody(const QString &type, int index, bool ca
 
 QString BodyAdjustmentDialog::captionOfChosenBody() const
 {
+    if (m_chosen.isValid() && !m_chosenCalibrated && !m_chosen.type.isEmpty())
+        return tr("<b><font color=red>Bod&y not calibrated!</font></b>");
     return hasCylinderMarkers() ? tr("<b><font color=gray>Bod&y has cylinder marker!</font></b>")
                                 : tr("Bod&y");
 }
@@ -754,13 +790,31 @@ void BodyAdjustmentDialog::setErrorText(const QString &text)
     m_form->error_label->setVisible(!text.isEmpty());
 }
 
-void BodyAdjustmentDialog::showStatusPixmap(const QPixmap &pixmap)
+void BodyAdjustmentDialog::showBodyState(BodyState state)
 {
-    // Comes with every data line; only a change is worth a new layout.
-    if (pixmap.cacheKey() == m_shownPixmapKey)
-        return;
-    m_shownPixmapKey = pixmap.cacheKey();
-    m_form->body_icon->setPixmap(pixmap);
+    m_bodyState = state;
+    QString picture;
+    QString name = tr("The state of the body is not known");
+    switch (state) {
+    case BodyState::None:
+        break;
+    case BodyState::Tracked:
+        picture = QStringLiteral(":/green.png");
+        name = tr("The body is tracked");
+        break;
+    case BodyState::NotTracked:
+        picture = QStringLiteral(":/red.png");
+        name = tr("The body is not tracked");
+        break;
+    case BodyState::NotCalibrated:
+        picture = QStringLiteral(":/grey.png");
+        name = tr("The body is not calibrated");
+        break;
+    }
+    showSharpPicture(m_form->body_icon, picture, kStatusPictureSize);
+    // Comes with every data line; only a change is worth telling.
+    if (m_form->body_icon->accessibleName() != name)
+        m_form->body_icon->setAccessibleName(name);
 }
 
 void BodyAdjustmentDialog::apply_button_enable(bool can_apply)
@@ -793,7 +847,7 @@ void BodyAdjustmentDialog::update_room_buttons(bool status)
     if (m_online && !m_readOnly && m_chosenCalibrated && m_chosenTargetType == kStandardTarget)
         setRoomButtonsEnabled(status);
     if (m_chosen.isValid() && m_chosenCalibrated)
-        showStatusPixmap(status ? m_greenPixmap : m_redPixmap);
+        showBodyState(status ? BodyState::Tracked : BodyState::NotTracked);
 }
 
 void BodyAdjustmentDialog::onCanDeleteMarker()

@@ -16,7 +16,6 @@
 #include <QDialog>
 #include <QIcon>
 #include <QMessageBox>
-#include <QPixmap>
 #include <QString>
 #include <QVector>
 
@@ -112,14 +111,24 @@ public slots:
     void enable_undo_disable_redo();
     void onCanDeleteMarker();
 
+protected:
+    void changeEvent(QEvent *event) override;
+
 private:
     Q_DISABLE_COPY(BodyAdjustmentDialog)
 
+    /// What the icon beside the body list tells.
+    enum class BodyState { None, Tracked, NotTracked, NotCalibrated };
+
     void createCanvasAndMenus();
+    /// What screen readers tell of the controls.
+    void nameControls();
+    void retranslate();
     void configureValueWidgets();
     void connectWidgets();
 
     void buildBodyList();
+    QString openingText() const;
     bool selectRequestedBody();
     bool isOnlyFocused(int listIndex) const;
     void setChosenBody(const QString &type, int index, bool calibrated, const QString &targetType,
@@ -137,7 +146,7 @@ private:
     void setRoomButtonsEnabled(bool enabled);
     void setOnlineBoxFromState();
     void setErrorText(const QString &text);
-    void showStatusPixmap(const QPixmap &pixmap);
+    void showBodyState(BodyState state);
     bool hasCylinderMarkers() const;
     QString captionOfChosenBody() const;
 
@@ -179,11 +188,8 @@ private:
     BodyAdjustmentMessageReceiver *m_messageReceiver = nullptr;
     bool m_receiverRegistered = false;
 
-    QPixmap m_redPixmap;
-    QPixmap m_greenPixmap;
-    QPixmap m_greyPixmap;
     QIcon m_lockIcon;
-    qint64 m_shownPixmapKey = 0;
+    BodyState m_bodyState = BodyState::None;
 
     QTimer *m_pollTimer = nullptr;
     SetAxisDialog *m_setAxisDialog = nullptr;
@@ -199,6 +205,7 @@ private:
     bool m_subscribed = false;
     bool m_unknownTypeBoxOpen = false;
     bool m_askingToDiscard = false;
+    bool m_multiUserWarning = false;
     QString m_openingText; ///< what the error label tells of the whole session
     int m_openBoxes = 0;
 

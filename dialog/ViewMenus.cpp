@@ -7,6 +7,25 @@
 
 #include <QAction>
 #include <QMenu>
+#include <QShortcut>
+
+namespace {
+
+/// The keys that open context menus elsewhere do so here too; the widgets themselves only know the
+/// right mouse button.
+void openByKeys(QWidget *widget, QMenu *menu)
+{
+    for (const QKeySequence &keys :
+         {QKeySequence(Qt::Key_Menu), QKeySequence(Qt::SHIFT + Qt::Key_F10)}) {
+        auto *shortcut =
+            new QShortcut(keys, widget, nullptr, nullptr, Qt::WidgetWithChildrenShortcut);
+        QObject::connect(shortcut, &QShortcut::activated, menu, [widget, menu] {
+            menu->popup(widget->mapToGlobal(widget->rect().center()));
+        });
+    }
+}
+
+} // namespace
 
 void createViewMenus(BodyAdjustmentDialog *dialog, GLCanvas *canvas, BodyTable *table,
                      const DisplayFlags &flags)
@@ -61,6 +80,7 @@ void createViewMenus(BodyAdjustmentDialog *dialog, GLCanvas *canvas, BodyTable *
     QObject::connect(addCommand(QStringLiteral("Data view")), &QAction::triggered, dialog,
                      &BodyAdjustmentDialog::toggled_switch_view);
     canvas->setContextMenu(canvasMenu);
+    openByKeys(canvas, canvasMenu);
 
     auto *tableMenu = new QMenu(table);
     auto *graphicViewAction = new QAction(QStringLiteral("Graphic view"), dialog);
@@ -68,6 +88,7 @@ void createViewMenus(BodyAdjustmentDialog *dialog, GLCanvas *canvas, BodyTable *
                      &BodyAdjustmentDialog::toggled_switch_view);
     tableMenu->addAction(graphicViewAction);
     table->setContextMenu(tableMenu);
+    openByKeys(table, tableMenu);
 }
 
 void handOverDisplayFlags(GLCanvas *canvas, const DisplayFlags &flags)
