@@ -127,7 +127,9 @@ private slots:
             }
         });
         int trackedSignals = 0;
-        connect(fixture.dialog.get(), &BodyAdjustmentDialog::set_chosen_body_tracked, this,
+        // What is still queued at the end goes with the receiver.
+        QObject receiver;
+        connect(fixture.dialog.get(), &BodyAdjustmentDialog::set_chosen_body_tracked, &receiver,
                 [&] { ++trackedSignals; });
         QHash<int, int> followed;
         int torn = 0;
@@ -196,7 +198,8 @@ private slots:
             EventCounter layouts(icon->parentWidget(), QEvent::LayoutRequest);
             EventCounter paints(icon, QEvent::Paint);
             int told = 0;
-            connect(fixture.dialog.get(), &BodyAdjustmentDialog::set_chosen_body_tracked, this,
+            QObject receiver;
+            connect(fixture.dialog.get(), &BodyAdjustmentDialog::set_chosen_body_tracked, &receiver,
                     [&] { ++told; });
             // The user interface is busy meanwhile.
             std::thread lines([&] {
