@@ -124,6 +124,10 @@ int main(int argc, char **argv)
             dialog->reject();
         }
     });
+    if (end == "window") {
+        module->shutdown();
+        module->cleanup();
+    }
     if (ended)
         std::printf("ended open\n");
     return 0;
