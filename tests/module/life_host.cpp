@@ -107,7 +107,7 @@ int main(int argc, char **argv)
     open([&] {
         edit();
         // In the middle of its work: polling, and painting where there is a display.
-        ended = QTest::qWaitForWindowExposed(dialog);
+        ended = QTest::qWaitForWindowExposed(dialog, 30000);
         QTest::qWait(100);
         if (end == "quit") {
             QApplication::quit();
