@@ -625,6 +625,9 @@ bool BodyAdjustmentDialog::showCalibratedBody(bool alwaysEnableEditing)
         m_pollTimer->start();
         return false;
     }
+    // Whether this one is tracked is told by the next data line.
+    if (m_bodyState == BodyState::NotCalibrated)
+        showBodyState(BodyState::None);
     m_loaded = markers;
     m_table->showRawMarkers(m_chosen.number(), m_loaded.positions, m_loaded.emissions);
     if (m_canvas->isBodyLoaded())

@@ -298,6 +298,12 @@ void DialogFixture::typeValue(const char *group, int component, const QString &t
         child<QWidget>(group)->findChildren<bsDoubleWidget *>();
     QCOMPARE(components.size(), 3);
     auto *spinBox = components.at(component)->findChild<QDoubleSpinBox *>();
+    // After a message box the window manager may take its time to give the focus back.
+    if (!dialog->isActiveWindow()) {
+        dialog->activateWindow();
+        if (!QTest::qWaitForWindowActive(dialog.get(), 2000))
+            QApplication::setActiveWindow(dialog.get());
+    }
     QTest::mouseClick(spinBox, Qt::LeftButton, Qt::NoModifier, QPoint(10, spinBox->height() / 2));
     QTRY_VERIFY(spinBox->hasFocus());
     spinBox->selectAll();

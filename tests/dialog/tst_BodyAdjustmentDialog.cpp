@@ -288,6 +288,51 @@ private slots:
         QVERIFY(host.messages.isEmpty());
     }
 
+    void okSwitchesOnWhatOpeningSwitchedOffBeforeItCloses_data()
+    {
+        QTest::addColumn<bool>("changed");
+        QTest::addColumn<bool>("withHead");
+        QTest::newRow("nothing changed") << false << true;
+        QTest::newRow("a change to write") << true << true;
+        QTest::newRow("without a head") << true << false;
+    }
+
+    void okSwitchesOnWhatOpeningSwitchedOffBeforeItCloses()
+    {
+        QFETCH(bool, changed);
+        QFETCH(bool, withHead);
+        FakeHost &host = fixture().host;
+        host.parameters["vimbar multiuser_available"] = "yes";
+        host.parameters["vimbar multiuser"] = "yes";
+        host.parameters["vimbar multiuser_with_head_available"] = "yes";
+        host.parameters["vimbar multiuser_with_head"] = withHead ? "yes" : "no";
+        host.parameters["tracking reference"] = "standard 02";
+        fixture().makeDialog();
+        connect(fixture().dialog.get(), &QDialog::accepted, this,
+                [&host] { host.journal.append("accepted"); });
+        fixture().session([&] {
+            fixture().choose(DialogFixture::Wand);
+            if (changed)
+                fixture().typeValue("body_pos_xyzWidget", 0, "10\r");
+            QCOMPARE(host.parameters.value("vimbar multiuser"), QStringLiteral("no"));
+            QCOMPARE(host.parameters.value("vimbar multiuser_with_head"), QStringLiteral("no"));
+            QCOMPARE(host.parameters.value("tracking reference"), QStringLiteral("none"));
+            host.clearRecords();
+            fixture().click("ok_button");
+        });
+        QStringList expected;
+        if (changed)
+            expected.append("quorel2 body transform standard b01 -10.000 -0.000 -0.000 " +
+                            kIdentityRotation);
+        expected +=
+            QStringList{"get status active", "quorel2 tracking stop", "set vimbar multiuser yes"};
+        if (withHead)
+            expected.append("set vimbar multiuser_with_head yes");
+        expected += QStringList{"set tracking reference standard 02", "get status active",
+                                "remove 6d", "remove 6df2", "accepted"};
+        QCOMPARE(host.journal, expected);
+    }
+
     void fillingTheListLoadsNoBodyAndChoosesNone()
     {
         fixture().session([&] {

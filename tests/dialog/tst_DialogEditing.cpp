@@ -13,6 +13,7 @@
 #include <QDoubleSpinBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMouseEvent>
 #include <QPointer>
 #include <QPushButton>
 #include <QRegularExpression>
@@ -903,17 +904,102 @@ private slots:
 
     // The end -------------------------------------------------------------------------------------
 
+    void theHostMayEndWhileTheDialogIsOpen_data()
+    {
+        QTest::addColumn<QString>("inHand");
+        QTest::addColumn<bool>("withItsWindow");
+        for (const bool withItsWindow : {false, true}) {
+            for (const char *inHand :
+                 {"nothing", "half-typed field", "held wheel", "turned wheel", "dragged view",
+                  "open list", "menu of the view", "menu of the table"})
+                QTest::addRow("%s%s", inHand, withItsWindow ? ", the window goes" : "")
+                    << inHand << withItsWindow;
+        }
+    }
+
     void theHostMayEndWhileTheDialogIsOpen()
     {
+        QFETCH(QString, inHand);
+        QFETCH(bool, withItsWindow);
         host().parameters["tracking reference"] = "standard 02";
+        QPointer<QWidget> window = new QWidget;
+        fixture().dialog =
+            std::make_unique<BodyAdjustmentDialog>(&host(), window.data(), &host().versions);
+        const QPointer<BodyAdjustmentDialog> dialog(fixture().dialog.get());
+        const auto end = [&] {
+            if (withItsWindow) {
+                fixture().dialog.release();
+                delete window;
+            } else {
+                fixture().dialog.reset();
+            }
+        };
         fixture().session([&] {
             chooseAndMove(DialogFixture::Wand, "10");
             host().clearRecords();
-            fixture().dialog.reset();
+            const auto sendMouse = [](QWidget *widget, QEvent::Type type, QPoint by) {
+                const QPoint place = widget->rect().center() + by;
+                QMouseEvent event(type, place, widget->mapToGlobal(place),
+                                  type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton,
+                                  Qt::LeftButton, Qt::ControlModifier);
+                QApplication::sendEvent(widget, &event);
+            };
+            if (inHand == "half-typed field") {
+                fixture().typeValue("body_ori_xyzWidget", 1, "12");
+                QCOMPARE(fixture().canvas()->body().pendingPose().orientation.w < 1.0, true);
+            } else if (inHand.endsWith("wheel")) {
+                QWidget *wheel = nullptr;
+                for (QWidget *child :
+                     fixture().child<QWidget>("ori_xyzWidget")->findChildren<QWidget *>()) {
+                    if (child->inherits("QwtWheel"))
+                        wheel = child;
+                }
+                QVERIFY(wheel && wheel->isVisible());
+                sendMouse(wheel, QEvent::MouseButtonPress, QPoint());
+                if (inHand == "turned wheel")
+                    sendMouse(wheel, QEvent::MouseMove, QPoint(15, 0));
+                QVERIFY(fixture().canvas()->isDragging());
+            } else if (inHand == "dragged view") {
+                sendMouse(fixture().canvas(), QEvent::MouseButtonPress, QPoint());
+                sendMouse(fixture().canvas(), QEvent::MouseMove, QPoint(5, 5));
+                QVERIFY(fixture().canvas()->isDragging());
+            } else if (inHand == "open list") {
+                fixture().openList();
+            }
+            if (!inHand.startsWith("menu")) {
+                end();
+                return;
+            }
+            QTimer untilOpen;
+            connect(&untilOpen, &QTimer::timeout, this, [&] {
+                if (!QApplication::activePopupWidget())
+                    return;
+                untilOpen.stop();
+                end();
+            });
+            untilOpen.start(5);
+            if (inHand == "menu of the table")
+                fixture().dialog->toggled_switch_view();
+            // Straight to the widget: behind a right press in a window Qt itself goes on with it.
+            QWidget *target = inHand == "menu of the view"
+                                  ? static_cast<QWidget *>(fixture().canvas())
+                                  : fixture().child<QTableWidget>("tableWidget_data")->viewport();
+            const QPoint place = target->rect().center();
+            QMouseEvent event(QEvent::MouseButtonPress, place, target->mapToGlobal(place),
+                              Qt::RightButton, Qt::RightButton, Qt::NoModifier);
+            QApplication::sendEvent(target, &event);
         });
-        QVERIFY(host().requesters.value("6d").isEmpty());
+        QVERIFY(!dialog);
+        QCOMPARE(window.isNull(), withItsWindow);
+        delete window;
+        // What was still to be handled finds nobody.
+        QTest::qWait(50);
+        QVERIFY(!QApplication::activePopupWidget());
+        QVERIFY(!QApplication::activeModalWidget());
+        QVERIFY(host().requesters.isEmpty());
         QVERIFY(host().receivers.isEmpty());
-        QVERIFY(host().transcript.contains("set tracking reference standard 02"));
+        QCOMPARE(host().transcript, (QStringList{"get status active", "quorel2 tracking stop",
+                                                 "set tracking reference standard 02"}));
     }
 
     void theHostMayEndWhileAMessageBoxIsOpen_data()

@@ -180,6 +180,7 @@ private slots:
     void objectIsAsStated_data();
     void objectIsAsStated();
     void nothingIsNamedTwice();
+    void childrenAreCreatedInTheirOrder();
     void layoutsHoldWhatTheyAreNamedFor_data();
     void layoutsHoldWhatTheyAreNamedFor();
     void pagesAndTabsAreInOrder();
@@ -303,6 +304,35 @@ void tst_BodyAdjustmentForm::nothingIsNamedTwice()
 {
     for (const Entry &entry : entries)
         QCOMPARE(m_dialog->findChildren<QWidget *>(QString::fromLatin1(entry.name)).size(), 1);
+}
+
+void tst_BodyAdjustmentForm::childrenAreCreatedInTheirOrder()
+{
+    // The line for messages is made where it stands, in the middle of the bottom row.
+    const QString exception = QStringLiteral("error_label");
+    QVector<const QWidget *> parents;
+    QHash<const QWidget *, QStringList> expected;
+    for (const Entry &entry : entries) {
+        const QString name = QString::fromLatin1(entry.name);
+        const auto *widget = m_dialog->findChild<QWidget *>(name);
+        if (name == exception)
+            continue;
+        if (!expected.contains(widget->parentWidget()))
+            parents.append(widget->parentWidget());
+        expected[widget->parentWidget()].append(name);
+    }
+    QVERIFY(parents.size() >= 5);
+    for (const QWidget *parent : parents) {
+        // A stack changes the order of its pages; pagesAndTabsAreInOrder() looks at them.
+        if (qobject_cast<const QStackedWidget *>(parent))
+            continue;
+        QStringList created;
+        for (const QObject *child : parent->children()) {
+            if (expected.value(parent).contains(child->objectName()))
+                created.append(child->objectName());
+        }
+        QCOMPARE(created, expected.value(parent));
+    }
 }
 
 void tst_BodyAdjustmentForm::layoutsHoldWhatTheyAreNamedFor_data()

@@ -10,6 +10,7 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QMetaMethod>
+#include <QMouseEvent>
 #include <QPointer>
 #include <QScopedPointer>
 #include <QScrollBar>
@@ -103,6 +104,8 @@ private slots:
     void doubleClickAndTypingEditNothing();
     void withoutAMenuNothingOpens();
     void aDeletedMenuIsForgotten();
+    void theTableMayGoWhileItsMenuIsOpen_data();
+    void theTableMayGoWhileItsMenuIsOpen();
     void theMenuStaysTheCallers();
 
 private:
@@ -660,6 +663,53 @@ void tst_BodyTable::aDeletedMenuIsForgotten()
     press(data()->viewport(), QPoint(20, 20), Qt::RightButton);
     press(m_table, QPoint(4, 4), Qt::RightButton);
     QCOMPARE(m_menuPositions, QList<QPoint>());
+}
+
+void tst_BodyTable::theTableMayGoWhileItsMenuIsOpen_data()
+{
+    QTest::addColumn<bool>("onRow");
+    QTest::addColumn<bool>("ownsMenu");
+    QTest::newRow("opened on a row") << true << false;
+    QTest::newRow("opened beside the tables") << false << false;
+    QTest::newRow("opened on a row, with its menu") << true << true;
+    QTest::newRow("opened beside the tables, with its menu") << false << true;
+}
+
+void tst_BodyTable::theTableMayGoWhileItsMenuIsOpen()
+{
+    QFETCH(bool, onRow);
+    QFETCH(bool, ownsMenu);
+    QPointer<QMenu> menu(m_menu.data());
+    if (ownsMenu) {
+        menu = new QMenu(m_table);
+        menu->addAction(QStringLiteral("Graphic view"));
+    }
+    m_table->setContextMenu(menu);
+    m_table->showMarkers(twentyMarkers().mid(0, 3));
+    show();
+    const QPointer<BodyTable> table(m_table);
+    bool open = false;
+    QTimer end;
+    connect(&end, &QTimer::timeout, this, [&] {
+        if (QApplication::activePopupWidget() != menu || !menu->isVisible())
+            return;
+        end.stop();
+        open = true;
+        delete m_table;
+        if (menu)
+            menu->close();
+    });
+    end.start(5);
+    // Straight to the widget: behind a right press in a window Qt itself goes on with the widget.
+    QWidget *target = onRow ? data()->viewport() : m_table;
+    const QPoint place(4, 4);
+    QMouseEvent event(QEvent::MouseButtonPress, place, target->mapToGlobal(place), Qt::RightButton,
+                      Qt::RightButton, Qt::NoModifier);
+    QApplication::sendEvent(target, &event);
+    QVERIFY(open);
+    QVERIFY(!table);
+    QCOMPARE(menu.isNull(), ownsMenu);
+    QVERIFY(!QApplication::activePopupWidget());
 }
 
 void tst_BodyTable::theMenuStaysTheCallers()
