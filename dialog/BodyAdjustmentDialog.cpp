@@ -1054,6 +1054,8 @@ void BodyAdjustmentDialog::on_undo_button_clicked()
     finishOpenEdits();
     if (!m_deletions.canUndo(m_chosen)) {
         m_canvas->undo();
+        // The canvas does not know of a deletion that can be redone.
+        refreshEditButtons();
         return;
     }
     m_loaded = m_deletions.undo(m_chosen);

@@ -687,6 +687,7 @@ private slots:
 
     void whateverWasDoneCancelBringsEverythingBack()
     {
+        m_fixture.reset(); // it would answer the boxes too
         RandomWork work(testSeed());
         for (int i = 0; i < 250; ++i) {
             const QString problem = work.run();
@@ -705,6 +706,7 @@ private slots:
 
     void whateverFailedMeanwhileCancelBringsEverythingBack()
     {
+        m_fixture.reset(); // it would answer the boxes too
         RandomWork work(testSeed());
         work.withFaults = true;
         for (int i = 0; i < 150; ++i) {
@@ -1088,6 +1090,28 @@ private slots:
             QCOMPARE(xOf("standard", 1), (QVector<double>{0, 100, 0, 30, -60}));
         });
         QCOMPARE(xOf("standard", 1), kWandX);
+    }
+
+    void anEditThatCameToNothingLeavesADeletionToBeRedone()
+    {
+        work([&] {
+            fixture().choose(DialogFixture::Wand);
+            deleteMarker(2);
+            press("undo_button");
+            // Turned back and forth, and not yet finished.
+            auto *group = fixture().child<xyzWidget>("body_pos_xyzWidget");
+            auto *x = group->findChildren<bsDoubleWidget *>().first();
+            x->adjustValue(10.0);
+            x->adjustValue(-10.0);
+            QVERIFY(group->isEditing());
+            press("undo_button");
+            QCOMPARE(canvas()->body().undoCount(), 0);
+            QVERIFY(!fixture().isEnabled("undo_button"));
+            QVERIFY(!fixture().isEnabled("apply_button"));
+            QVERIFY(fixture().isEnabled("redo_button"));
+            press("redo_button");
+            QCOMPARE(xOf("standard", 1).size(), 5);
+        });
     }
 
     void openingAnewForgetsTheDeletionsOfTheLastTime()
