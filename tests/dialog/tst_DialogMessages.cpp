@@ -619,6 +619,7 @@ private slots:
                 });
                 fixture().click("cancel_button");
             }
+            fixture().answers.clear();
             QVERIFY(!dialog()->isVisible());
         });
         QTRY_COMPARE(host().messages.size(), 1);
