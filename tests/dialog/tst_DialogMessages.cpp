@@ -5,7 +5,8 @@
 #include <model/abcMarker.h>
 #include <tests/support/TestMain.h>
 #include <view/GLCanvas.h>
-#include <widgets/BodyTable.h>
+#include <widgets/bsDoubleWidget.h>
+#include <widgets/xyzWidget.h>
 
 #include <QAbstractItemView>
 #include <QAbstractSpinBox>
@@ -214,7 +215,9 @@ private:
             fixture().click("pushButton_deleteMarker");
             fixture().click("undo_button");
         }
-        fixture().typeValue("body_pos_xyzWidget", 0, "10\r");
+        auto *position = fixture().child<xyzWidget>("body_pos_xyzWidget");
+        position->findChildren<bsDoubleWidget *>().first()->adjustValue(10.0);
+        position->finishEditing();
         if (window == QLatin1String("leaving a body")) {
             fixture().choose(DialogFixture::Plain);
         } else if (window == QLatin1String("leaving a body by the open list")) {
