@@ -153,7 +153,7 @@ bool StepPlayer::takePicture()
     if (!isShown || (!(isAtRest && isDrawn) && !isLate))
         return false;
     if (!isDrawn)
-        qWarning("The 3D view shows nothing in the picture \"%s\".", qPrintable(step.name));
+        qInfo("The 3D view shows nothing in the picture \"%s\".", qPrintable(step.name));
     m_views.insert(step.name, isDrawn ? picture.view : QImage());
     const QString fileName = QDir(m_folder).filePath(
         QStringLiteral("%1-%2.png").arg(++m_pictures, 2, 10, QLatin1Char('0')).arg(step.name));
