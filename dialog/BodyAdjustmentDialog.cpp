@@ -361,8 +361,7 @@ int BodyAdjustmentDialog::update_and_exec()
     m_online = false;
     m_form->online_checkbox->setChecked(false);
     m_canvas->setOnline(false);
-    m_form->pushButton_due_to_room->setEnabled(false);
-    m_form->pushButton_due_to_room_0->setEnabled(false);
+    setRoomButtonsEnabled(false);
 
     const QPointer<BodyAdjustmentDialog> guard(this);
     const int result = exec();

@@ -722,6 +722,50 @@ private slots:
         });
     }
 
+    void goingOfflineTakesTheRoomButtonsAway()
+    {
+        fixture().session([&] {
+            fixture().choose(DialogFixture::Wand);
+            auto *online = fixture().child<QCheckBox>("online_checkbox");
+            online->click();
+            host().deliver("6d", "6d 1 [0 1.0][0 0 0][1 0 0 0 1 0 0 0 1]");
+            QVERIFY(fixture().isEnabled("pushButton_due_to_room"));
+            online->click();
+            QVERIFY(!fixture().canvas()->isOnline());
+            const auto areDisabled = [this] {
+                for (const char *name : {"adjust_axes_to_room_button", "pushButton_due_to_room",
+                                         "pushButton_due_to_room_0"})
+                    QVERIFY2(!fixture().isEnabled(name), name);
+            };
+            areDisabled();
+            // Tracked or not, a view that does not follow cannot tell where the room is.
+            host().deliver("6d", "6d 1 [0 1.0][0 0 0][1 0 0 0 1 0 0 0 1]");
+            areDisabled();
+        });
+    }
+
+    void openingAgainIsNotOnline()
+    {
+        fixture().session([&] {
+            fixture().choose(DialogFixture::Wand);
+            fixture().child<QCheckBox>("online_checkbox")->click();
+            host().deliver("6d", "6d 1 [0 1.0][0 0 0][1 0 0 0 1 0 0 0 1]");
+            QVERIFY(fixture().canvas()->isOnline());
+        });
+        fixture().session([&] {
+            QVERIFY(!fixture().child<QCheckBox>("online_checkbox")->isChecked());
+            QVERIFY(!fixture().isEnabled("online_checkbox"));
+            QVERIFY(!fixture().canvas()->isOnline());
+            for (const char *name : {"adjust_axes_to_room_button", "pushButton_due_to_room",
+                                     "pushButton_due_to_room_0"})
+                QVERIFY2(!fixture().isEnabled(name), name);
+            fixture().choose(DialogFixture::Wand);
+            QVERIFY(!fixture().canvas()->isOnline());
+            host().deliver("6d", "6d 1 [0 1.0][0 0 0][1 0 0 0 1 0 0 0 1]");
+            QVERIFY(!fixture().isEnabled("pushButton_due_to_room"));
+        });
+    }
+
     void aVimbarIsFollowedByItsOwnLine()
     {
         fixture().session([&] {
@@ -835,6 +879,40 @@ private slots:
             QVERIFY(fixture().child<QCheckBox>("online_checkbox")->isChecked());
             fixture().child<QCheckBox>("online_checkbox")->click();
             fixture().leaveBoxesOpen = false;
+        });
+    }
+
+    void theBoxAboutAnUnknownBodyTypeSaysWhatHappened()
+    {
+        fixture().session([&] {
+            fixture().choose(DialogFixture::Wand);
+            fixture().child<QCheckBox>("online_checkbox")->click();
+            fixture()
+                .child<QComboBox>("body_name")
+                ->setItemData(DialogFixture::Plain, QStringLiteral("target|2|calibrated|tt_std"));
+            // The first box is looked at, and with its answer the view goes offline.
+            fixture().answerTo = [this](const SeenBox &) {
+                auto *online = fixture().child<QCheckBox>("online_checkbox");
+                if (online->isChecked())
+                    QTimer::singleShot(0, online, &QCheckBox::click);
+                return QMessageBox::Ok;
+            };
+            host().hook =
+                [](const FakeHost::Exchange &exchange) -> std::optional<FakeHost::Answer> {
+                if (!exchange.line.contains("target b02"))
+                    return std::nullopt;
+                return FakeHost::Answer{
+                    0, exchange.line.contains("number_of_marker") ? "4" : "0 0 1 0", true};
+            };
+            fixture().choose(DialogFixture::Plain);
+            QTRY_VERIFY(!fixture().boxes.isEmpty());
+            const SeenBox box = fixture().boxes.first();
+            QCOMPARE(box.icon, QMessageBox::Information);
+            QCOMPARE(box.title, QStringLiteral("[Quorellib] Error"));
+            QCOMPARE(box.text, QStringLiteral("Unknown body type.\nGoing offline..."));
+            QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
+            QTRY_VERIFY(!fixture().child<QCheckBox>("online_checkbox")->isChecked());
+            fixture().answerTo = nullptr;
         });
     }
 
