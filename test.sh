@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is needed, builds, and runs every test: in the C locale, again in a locale with a
-# decimal comma, under the address and undefined-behaviour sanitizers, and those that use threads
-# under the thread sanitizer.
+# decimal comma (and with that measures which branches of the plug-in the tests take), under the
+# address and undefined-behaviour sanitizers, and those that use threads under the thread sanitizer.
 #
 #   ./test.sh             everything
 #   ./test.sh --quick     the first of these only
@@ -19,20 +19,6 @@ esac
 install_packages
 build dev
 
-log=$(mktemp)
-trap 'rm -f "$log"' EXIT
-
-# run_tests <build directory> [ctest options]
-run_tests() {
-    local tests=(ctest --test-dir "$1" --output-on-failure --no-tests=error "${@:2}")
-    with_display "${tests[@]}" -L unit -j "$(nproc)" || fail "Tests failed."
-    # On a loaded machine a window may lose the focus to the window manager: what shows windows may
-    # try once more, and it is told.
-    with_display "${tests[@]}" -LE unit --repeat until-pass:2 2>&1 | tee "$log" ||
-        fail "Tests failed."
-    ! grep -E '\*\*\*(Failed|Exception|Timeout)' "$log" || say "The tests above were tried again."
-}
-
 say "Tests, in the C locale."
 LC_ALL=C.UTF-8 run_tests build
 [[ -n $quick ]] && exit 0
@@ -45,8 +31,11 @@ if [[ $(in_german locale decimal_point 2>/dev/null) != , ]]; then
     localedef -i de_DE -f UTF-8 "$locales/de_DE.utf8" || fail "The German locale could not be made."
     [[ $(in_german locale decimal_point) == , ]] || fail "The German locale does not work."
 fi
-say "Tests, in a locale with a decimal comma."
-TEST_LOCPATH=$locales TEST_LC_ALL=de_DE.UTF-8 LC_ALL=C.UTF-8 run_tests build
+say "Tests, in a locale with a decimal comma; measuring coverage."
+build coverage
+forget_coverage
+TEST_LOCPATH=$locales TEST_LC_ALL=de_DE.UTF-8 LC_ALL=C.UTF-8 run_tests build-coverage
+dev/coverage.sh --report
 
 say "Tests, under the address and undefined-behaviour sanitizers."
 build asan

@@ -32,10 +32,15 @@ if(QUOREL2_SANITIZE)
                       -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${QUOREL2_SANITIZE})
 endif()
+# Without optimisation, so that every branch is there to be counted.
 if(QUOREL2_COVERAGE)
-  add_compile_options(--coverage -O0)
   add_link_options(--coverage)
 endif()
+function(quorel2_measure_coverage target)
+  if(QUOREL2_COVERAGE)
+    target_compile_options(${target} PRIVATE --coverage -O0)
+  endif()
+endfunction()
 
 # Headers are included as <folder/Name.h>.
 function(quorel2_public_includes target scope)
@@ -48,6 +53,9 @@ function(quorel2_library folder)
   add_library(quorel2_${folder} STATIC ${arg_SOURCES})
   quorel2_public_includes(quorel2_${folder} PUBLIC)
   target_link_libraries(quorel2_${folder} PUBLIC ${arg_LINK} PRIVATE ${arg_LINK_PRIVATE})
+  if(folder MATCHES "^(model|protocol|view|widgets|dialog)$")
+    quorel2_measure_coverage(quorel2_${folder})
+  endif()
 endfunction()
 
 # All tests that need no display and no other program.

@@ -23,3 +23,6 @@ say "Checking that the plug-in leaves the process's locale alone."
 
 say "Checking the promised behaviour against the tests."
 python3 dev/check_conformance.py || fail "docs/conformance.md and the tests differ."
+
+say "Checking that what is said of coverage is up to date."
+python3 dev/check_coverage.py || fail "docs/coverage.md explains code that has changed."

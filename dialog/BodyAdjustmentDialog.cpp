@@ -17,6 +17,7 @@
 
 #include <QAbstractItemView>
 #include <QEvent>
+#include <QGridLayout>
 #include <QItemSelectionModel>
 #include <QKeyEvent>
 #include <QPointer>
@@ -44,7 +45,7 @@ constexpr int kAssumedVimbars = 20;
 constexpr int kMostBodies = 1000;
 constexpr double kPositionRange = 999.99;
 constexpr double kFullTurnDeg = 360.0;
-/// Left Shift, right Shift and Num Lock together, as the windowing system reports them.
+/// Left Shift, right Shift and Num Lock together, as Windows reports them.
 constexpr quint32 kBodyNameFocusModifiers = 0x211;
 
 constexpr QLatin1String kStandardTarget("tt_std");
@@ -66,6 +67,20 @@ bool isWorthSending(const bsMatrix &transform)
         }
     }
     return false;
+}
+
+/// A box takes its width from its text: a short question would leave its title no room beside the
+/// buttons of the window frame.
+void keepTitleReadable(QMessageBox *box)
+{
+    auto *layout = qobject_cast<QGridLayout *>(box->layout());
+    if (!layout)
+        return;
+    constexpr int kFrameButtonsEm = 10;
+    const QFontMetrics metrics = box->fontMetrics();
+    const int width =
+        metrics.horizontalAdvance(box->windowTitle()) + kFrameButtonsEm * metrics.height();
+    layout->addItem(new QSpacerItem(width, 0), layout->rowCount(), 0, 1, layout->columnCount());
 }
 
 } // namespace
@@ -271,6 +286,16 @@ void BodyAdjustmentDialog::connectWidgets()
                 if (index < 0 || index != m_inCanvas.listIndex || index != m_chosen.listIndex)
                     update_current_body(index);
             });
+    // A list that opens with nothing chosen makes its first row the current one without selecting
+    // it, so that pointing at that row is told by the selection alone.
+    const QAbstractItemView *list = m_form->body_name->view();
+    connect(list->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            [this, list](const QItemSelection &selected) {
+                const QModelIndex current = list->currentIndex();
+                if (list->isVisible() && selected.contains(current) &&
+                    current.row() != m_chosen.listIndex)
+                    emit m_form->body_name->highlighted(current.row());
+            });
     connect(this, &BodyAdjustmentDialog::set_chosen_body_tracked, this,
             &BodyAdjustmentDialog::update_room_buttons);
     connect(m_canvas, &GLCanvas::canDeleteMarker, this, &BodyAdjustmentDialog::onCanDeleteMarker);
@@ -385,15 +410,20 @@ int BodyAdjustmentDialog::update_and_exec()
 
 void BodyAdjustmentDialog::onReceiveOpenBodyAdjustmentDialog(QString src, QString msg)
 {
+    // Sent before the host detached the module.
+    if (!m_receiverRegistered)
+        return;
     if (m_running && m_hasBeenShown && !isVisible()) {
         // It is closed, but the opening before has not returned yet.
         m_waitingRequests.append({src, msg});
         return;
     }
     if (m_running) {
+        setWindowState(windowState() & ~Qt::WindowMinimized);
         raise();
         activateWindow();
-        m_channel.postMessage(src, "reopen");
+        if (!src.isEmpty())
+            m_channel.postMessage(src, "reopen");
         return;
     }
     m_requestingModule = src;
@@ -621,9 +651,12 @@ bool BodyAdjustmentDialog::showCalibratedBody(bool alwaysEnableEditing)
                                  &markers.emissions)) {
         if (m_inCanvas.isValid())
             chooseBodyInCanvas();
+        refreshEditButtons();
+        onCanDeleteMarker();
         m_pollTimer->start();
         return false;
     }
+    m_shownIsHeld = true;
     // Whether this one is tracked is told by the next data line.
     if (m_bodyState == BodyState::NotCalibrated)
         showBodyState(BodyState::None);
@@ -861,17 +894,26 @@ bool BodyAdjustmentDialog::canDeleteMarkers() const
 {
     const int marker = m_canvas->selectedMarkerNumber();
     const int count = m_canvas->body().markerCount();
-    // A body that must not be edited keeps its markers, also from the keyboard.
-    return m_form->tab->isEnabled() && versionAtLeast(m_versions, 1, 17) && m_chosen.isValid() &&
+    // A body that must not be edited keeps its markers, also from the keyboard; so does one of
+    // which the controller may hold other markers than those shown: their numbers would differ.
+    return m_form->tab->isEnabled() && m_shownIsHeld && versionAtLeast(m_versions, 1, 17) && m_chosen.isValid() &&
            count > kFewestMarkers && marker >= 0 && marker < count;
+}
+
+bool BodyAdjustmentDialog::canUndoDeletion() const
+{
+    return m_chosen.isSame(m_inCanvas) && m_deletions.canUndo(m_chosen);
+}
+
+int BodyAdjustmentDialog::markerToDeleteAgain() const
+{
+    return m_chosen.isSame(m_inCanvas) && m_shownIsHeld ? m_deletions.pendingMarker(m_chosen) : -1;
 }
 
 void BodyAdjustmentDialog::refreshEditButtons()
 {
-    m_form->undo_button->setEnabled(m_canvas->body().undoCount() > 0 ||
-                                    m_deletions.canUndo(m_chosen));
-    m_form->redo_button->setEnabled(m_canvas->body().redoCount() > 0 ||
-                                    m_deletions.pendingMarker(m_chosen) >= 0);
+    m_form->undo_button->setEnabled(m_canvas->body().undoCount() > 0 || canUndoDeletion());
+    m_form->redo_button->setEnabled(m_canvas->body().redoCount() > 0 || markerToDeleteAgain() >= 0);
     m_form->apply_button->setEnabled(m_canvas->hasUnappliedChanges());
 }
 
@@ -920,9 +962,13 @@ void BodyAdjustmentDialog::afterOperation(bool done)
 /// The room buttons follow the data lines, the view only poses of full quality.
 void BodyAdjustmentDialog::sayIfNotTracked()
 {
-    if (m_online && !m_canvas->isTracked())
-        setErrorText(tr("The body is not tracked reliably now: the axes are those of the "
-                        "orientation in which it was seen last."));
+    if (!m_online || m_canvas->isTracked())
+        return;
+    setErrorText(m_canvas->hasBeenTracked()
+                     ? tr("The body is not tracked reliably now: the axes are those of the "
+                          "orientation in which it was seen last.")
+                     : tr("The body has not been tracked reliably yet: its orientation in the room "
+                          "is not known."));
 }
 
 void BodyAdjustmentDialog::set_origin_to_marker()
@@ -1051,15 +1097,17 @@ void BodyAdjustmentDialog::restoreChangedBodies()
 void BodyAdjustmentDialog::on_undo_button_clicked()
 {
     finishOpenEdits();
-    if (!m_deletions.canUndo(m_chosen)) {
+    if (!canUndoDeletion()) {
         m_canvas->undo();
         // The canvas does not know of a deletion that can be redone.
         refreshEditButtons();
         return;
     }
-    m_loaded = m_deletions.undo(m_chosen);
+    m_loaded = m_deletions.beforeLast(m_chosen);
     m_session.stopMeasurement();
-    writeMarkers(m_chosen, m_loaded);
+    // What could not be written can be tried again.
+    if (writeMarkers(m_chosen, m_loaded))
+        m_deletions.undo(m_chosen);
     m_session.startMeasurement();
     showLoadedMarkersAgain();
 }
@@ -1067,9 +1115,10 @@ void BodyAdjustmentDialog::on_undo_button_clicked()
 void BodyAdjustmentDialog::on_redo_button_clicked()
 {
     finishOpenEdits();
-    const int marker = m_deletions.pendingMarker(m_chosen);
+    const int marker = markerToDeleteAgain();
     if (marker < 0) {
         m_canvas->redo();
+        refreshEditButtons();
         return;
     }
     m_deletions.redo(m_chosen, m_loaded);
@@ -1096,17 +1145,38 @@ void BodyAdjustmentDialog::on_pushButton_deleteMarker_clicked()
 void BodyAdjustmentDialog::deleteMarker(int marker)
 {
     m_session.stopMeasurement();
-    if (!m_writer.deleteMarker(m_chosen.type, m_chosen.number(), marker))
+    if (m_writer.deleteMarker(m_chosen.type, m_chosen.number(), marker)) {
+        adoptDeletion(marker);
+    } else {
         m_deletions.notConfirmed(m_chosen);
+        m_shownIsHeld = false;
+    }
     m_session.startMeasurement();
     // The body's index stands in for a list position here, and stays so.
     update_current_body(m_chosen.index, true);
 }
 
-void BodyAdjustmentDialog::writeMarkers(const BodyIdentity &body, const MarkerList &markers)
+/// The body is shown without the marker that the controller has deleted. Should the reading that
+/// follows fail, the numbers of the markers are still those of the controller.
+void BodyAdjustmentDialog::adoptDeletion(int marker)
 {
-    if (!m_writer.writeMarkers(body.type, body.number(), markers.positions, markers.emissions))
+    if (!m_chosen.isSame(m_inCanvas) || marker >= m_loaded.positions.size())
+        return;
+    m_loaded.positions.removeAt(marker);
+    if (marker < m_loaded.emissions.size())
+        m_loaded.emissions.removeAt(marker);
+    showLoadedMarkersAgain();
+}
+
+bool BodyAdjustmentDialog::writeMarkers(const BodyIdentity &body, const MarkerList &markers)
+{
+    const bool written =
+        m_writer.writeMarkers(body.type, body.number(), markers.positions, markers.emissions);
+    if (!written)
         m_deletions.notWritten(body);
+    if (body.isSame(m_inCanvas))
+        m_shownIsHeld = written;
+    return written;
 }
 
 /// The markers of the body in the canvas were exchanged on the controller. What was done to its
@@ -1308,6 +1378,7 @@ QMessageBox::StandardButton BodyAdjustmentDialog::runBox(QMessageBox::Icon icon,
     const QPointer<BodyAdjustmentDialog> guard(this);
     const QPointer<QMessageBox> box(new QMessageBox(icon, title, text, buttons, this));
     box->setDefaultButton(defaultButton);
+    keepTitleReadable(box.data());
     ++m_openBoxes;
     const int result = box->exec();
     if (!guard)

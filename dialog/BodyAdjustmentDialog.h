@@ -153,6 +153,9 @@ private:
     /// Counts a value that is typed but not confirmed as finished.
     void finishOpenEdits();
     void finishViewEdits();
+    bool canUndoDeletion() const;
+    /// The marker that Redo deletes, 0-based; -1: Redo is the canvas's.
+    int markerToDeleteAgain() const;
     void refreshEditButtons();
     void afterOperation(bool done);
     void sayIfNotTracked();
@@ -167,7 +170,9 @@ private:
 
     bool canDeleteMarkers() const;
     void deleteMarker(int marker);
-    void writeMarkers(const BodyIdentity &body, const MarkerList &markers);
+    void adoptDeletion(int marker);
+    /// @return true if the controller took all of them
+    bool writeMarkers(const BodyIdentity &body, const MarkerList &markers);
     void writeMarkersOfOpeningBack();
     void showLoadedMarkersAgain();
     void toggle(bool DisplayFlags::*flag, void (GLCanvas::*setShown)(bool));
@@ -216,6 +221,8 @@ private:
     MarkerList m_loaded;     ///< what the controller holds of the body in the canvas
 
     AppliedTransforms m_applied;
+    /// False while the controller may hold other markers of the body in the canvas than m_loaded.
+    bool m_shownIsHeld = true;
     MarkerDeletions m_deletions;
 
     QString m_requestingModule;

@@ -40,14 +40,17 @@ bool MarkerDeletions::canUndo(const BodyIdentity &body) const
     return record && !record->done.isEmpty();
 }
 
-MarkerList MarkerDeletions::undo(const BodyIdentity &body)
+MarkerList MarkerDeletions::beforeLast(const BodyIdentity &body) const
+{
+    const Record *record = find(body);
+    return record && !record->done.isEmpty() ? record->done.last().before : MarkerList();
+}
+
+void MarkerDeletions::undo(const BodyIdentity &body)
 {
     Record *record = find(body);
-    if (!record || record->done.isEmpty())
-        return {};
-    const Deletion deletion = record->done.takeLast();
-    record->pending.append(deletion.marker);
-    return deletion.before;
+    if (record && !record->done.isEmpty())
+        record->pending.append(record->done.takeLast().marker);
 }
 
 int MarkerDeletions::pendingMarker(const BodyIdentity &body) const
@@ -71,8 +74,10 @@ void MarkerDeletions::notConfirmed(const BodyIdentity &body)
 
 void MarkerDeletions::notWritten(const BodyIdentity &body)
 {
-    if (Record *record = find(body))
+    if (Record *record = find(body)) {
         record->isWritten = false;
+        record->pending.clear();
+    }
 }
 
 QList<BodyIdentity> MarkerDeletions::changedBodies() const

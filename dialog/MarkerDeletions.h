@@ -31,9 +31,10 @@ public:
     void add(const BodyIdentity &body, const MarkerList &before, int marker);
 
     bool canUndo(const BodyIdentity &body) const;
-    /// Takes the last deletion of the body back; it is then pending to be redone.
-    /// @return the markers that the body has then; nothing if there is nothing to undo
-    MarkerList undo(const BodyIdentity &body);
+    /// The markers that the body had before its last deletion; nothing if there was none.
+    MarkerList beforeLast(const BodyIdentity &body) const;
+    /// The last deletion of the body was taken back; it is then pending to be redone.
+    void undo(const BodyIdentity &body);
     /// The marker that Redo deletes, 0-based; -1: none.
     int pendingMarker(const BodyIdentity &body) const;
     /// The pending marker was told to be deleted again.
@@ -42,8 +43,9 @@ public:
     /// it was counted in the markers that would be left.
     void notConfirmed(const BodyIdentity &body);
 
-    /// A list of markers for the body could not be written whole. What is deleted and undone later
-    /// may begin with that: the body counts as changed until all deletions are taken back.
+    /// A list of markers for the body could not be written whole. What could be redone was counted
+    /// in that list and is forgotten. What is deleted and undone later may begin with what is there
+    /// now: the body counts as changed until all deletions are taken back.
     void notWritten(const BodyIdentity &body);
     /// The bodies that may have other markers than at opening, in the order of their first
     /// deletion.

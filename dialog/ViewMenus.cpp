@@ -79,6 +79,8 @@ void createViewMenus(BodyAdjustmentDialog *dialog, GLCanvas *canvas, BodyTable *
     canvasMenu->addSeparator();
     QObject::connect(addCommand(QStringLiteral("Data view")), &QAction::triggered, dialog,
                      &BodyAdjustmentDialog::toggled_switch_view);
+    // Opened by keys, it takes the release of a button that is down.
+    QObject::connect(canvasMenu, &QMenu::aboutToShow, canvas, &GLCanvas::endMouseDrag);
     canvas->setContextMenu(canvasMenu);
     openByKeys(canvas, canvasMenu);
 

@@ -163,6 +163,7 @@ void GLCanvas::setOnline(bool online)
         m_roomMatrix.setIdentity();
         m_roomPosition.set(0.0, 0.0, 0.0);
         m_tracked = false;
+        m_hasBeenTracked = false;
     }
     emit canSetParallelAxes(!m_suspended && m_body.isLoaded() && online);
     emit is_online(online);
@@ -176,6 +177,7 @@ void GLCanvas::setTrackedPose(const bsMatrix &rotation, const bsVector &position
     bool changed = tracked != m_tracked;
     m_tracked = tracked;
     if (tracked) {
+        m_hasBeenTracked = true;
         // Of a rotation near half a turn the few decimals of a data line would leave no more than
         // a rough quaternion.
         bsMatrix roomMatrix = rotation;

@@ -58,6 +58,8 @@ public:
     /// The last tracked position (millimetres) while online, else (0, 0, 0).
     const bsVector &roomPosition() const { return m_roomPosition; }
     bool isTracked() const { return m_tracked; }
+    /// True if the body was tracked since the view went online: the room matrix is one of its own.
+    bool hasBeenTracked() const { return m_hasBeenTracked; }
     /// Read only in online mode.
     void setRoomAxesVisible(bool visible);
     bool isRoomAxesVisible() const { return m_roomAxesVisible; }
@@ -66,8 +68,10 @@ public:
     const Camera &camera() const { return m_camera; }
     /// Shows the given camera and makes it the reference of the next edit.
     void setView(const bsPose &view);
-    /// True while the mouse or the view wheels move the camera.
+    /// True while the mouse moves the camera or the orientation wheels turn it.
     bool isDragging() const { return m_dragMode != NoDrag; }
+    /// Ends a drag of the mouse whose release will go to another window.
+    void endMouseDrag();
 
     /// Takes the menu that a right click opens; not owned.
     void setContextMenu(QMenu *menu);
@@ -80,8 +84,8 @@ public:
     /// The object under a point in widget pixels, or null. Null too without an OpenGL context.
     const abcObject *pick(const QPoint &point);
 
-    /// The presets. Each commits at once; false and nothing changed when the markers define no
-    /// frame or no body is loaded.
+    /// The presets. Each commits at once; false and nothing changed when no three markers at
+    /// different distances are found or no body is loaded.
     bool dueToBody();
     bool dueToRoomOriginInCog();
     bool dueToRoomOriginInMarker();
@@ -176,7 +180,6 @@ private:
     void openContextMenu(const QPoint &globalPosition);
     void endDrag();
     void beginMouseDrag(DragMode mode);
-    void endMouseDrag();
     bool isMarkerSelectedFirst() const;
     bool areTwoMarkersSelected() const;
     bool canJoinSelectedMarkers() const;
@@ -196,6 +199,7 @@ private:
     bsMatrix m_roomMatrix;
     bsVector m_roomPosition;
     bool m_tracked = false;
+    bool m_hasBeenTracked = false;
     bool m_showCog = false;
     bool m_suspended = false;
     DragMode m_dragMode = NoDrag;

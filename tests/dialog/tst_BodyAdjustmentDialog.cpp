@@ -601,6 +601,31 @@ private slots:
         });
     }
 
+    void pointingAtTheFirstRowOfAFreshListLoadsIt()
+    {
+        fixture().session([&] {
+            auto *list = fixture().child<QComboBox>("body_name");
+            QTest::mouseClick(list, Qt::LeftButton, {}, list->rect().center());
+            QTRY_VERIFY(list->view()->isVisible());
+            QVERIFY(QTest::qWaitForWindowExposed(list->view()->window()));
+            QTRY_VERIFY(list->view()->hasFocus());
+            QVERIFY(!fixture().canvas()->isBodyLoaded());
+            fixture().host.clearRecords();
+            const QRect first = list->view()->visualRect(list->model()->index(0, 0));
+            QTest::mouseMove(list->view()->viewport(), first.center() - QPoint(5, 0));
+            QTest::mouseMove(list->view()->viewport(), first.center());
+            QTRY_COMPARE(fixture().canvas()->body().markerCount(), 6);
+            QCOMPARE(list->currentIndex(), 0);
+            QCOMPARE(fixture().host.transcript.count("get body number_of_marker standard b01"), 1);
+            // Of the next one too, once.
+            const QRect second = list->view()->visualRect(list->model()->index(1, 0));
+            QTest::mouseMove(list->view()->viewport(), second.center());
+            QTRY_COMPARE(fixture().canvas()->body().markerCount(), 4);
+            QCOMPARE(fixture().host.transcript.count("get body number_of_marker standard b02"), 1);
+            QTest::keyClick(list->view(), Qt::Key_Escape);
+        });
+    }
+
     void openingTheListOnAChangedBodyAsksNothingAndLosesNothing()
     {
         fixture().session([&] {

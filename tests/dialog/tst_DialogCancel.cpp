@@ -284,10 +284,27 @@ private:
         }
         if (exchange.line.startsWith("quorel2 body ") || exchange.line.startsWith("set body ")) {
             m_log.append("  " + exchange.line);
+            checkDeletion(exchange.line);
             for (Held &held : m_bodies)
                 held.countCommand(exchange.line, host());
         }
         return std::nullopt;
+    }
+
+    /// The marker that goes is the one that was selected, whatever failed before.
+    void checkDeletion(const QString &line)
+    {
+        const int body = shown();
+        if (!m_selected || !line.startsWith("quorel2 body delete_marker ") || body < 0)
+            return;
+        const Held &held = m_bodies.at(body);
+        const int marker = line.mid(line.lastIndexOf(QLatin1Char('m')) + 1).toInt() - 1;
+        const QVector<bsVector> markers = host().markers(held.type, held.number);
+        if (marker < 0 || marker >= markers.size() ||
+            distance(markers.at(marker), *m_selected) > held.positionError)
+            report("Another marker than the selected one is deleted.");
+        if (markers.size() <= 4)
+            report("One of four markers is deleted.");
     }
 
     /// Nothing of a line that fails reaches the controller.
@@ -428,9 +445,12 @@ private:
             return;
         const int body = shown();
         const int before = list()->currentIndex();
-        m_log.append(QStringLiteral("delete marker %1").arg(canvas()->selectedMarkerNumber() + 1));
+        const int marker = canvas()->selectedMarkerNumber();
+        m_log.append(QStringLiteral("delete marker %1").arg(marker + 1));
+        m_selected = canvas()->body().markerPositions().at(marker);
         m_fixture.answers = {QMessageBox::Ok, yesOrNo()};
         button("pushButton_deleteMarker")->click();
+        m_selected.reset();
         ++m_tally.deletions;
         ++m_deletions[body].done;
         m_deletions[body].pending = 0;
@@ -576,6 +596,7 @@ private:
     QVector<Held> m_bodies;
     QVector<Deletions> m_deletions;
     bool m_faultsGoOn = true;
+    std::optional<bsVector> m_selected; ///< the marker that is being deleted, in the stored frame
     QStringList m_log;
     QString m_problem;
 };
@@ -1020,13 +1041,191 @@ private slots:
             host().failLine("set body marker standard b01 m02 100.000 0.000 0.000");
             press("undo_button");
             QCOMPARE(host().errors(), QStringList{"Error: Unable to set body marker values"});
-            QVERIFY(!fixture().isEnabled("undo_button"));
             host().clearFaults();
             QVERIFY(xOf("standard", 1) != kWandX);
             // Nobody is asked: deleted markers come back in any case.
             cancel(QMessageBox::Yes);
             QVERIFY(!fixture().dialog->isVisible());
             QVERIFY(boxTexts().isEmpty());
+        });
+        QCOMPARE(xOf("standard", 1), kWandX);
+    }
+
+    void whereAnUndoCouldNotBeWrittenNoOtherMarkerGoes_data()
+    {
+        QTest::addColumn<QString>("line");
+        QTest::addColumn<int>("held"); ///< markers that the controller has then
+        QTest::newRow("count") << "set body number_of_marker standard b01 6" << 5;
+        QTest::newRow("position") << "set body marker standard b01 m02 100.000 0.000 0.000" << 6;
+    }
+
+    void whereAnUndoCouldNotBeWrittenNoOtherMarkerGoes()
+    {
+        QFETCH(QString, line);
+        QFETCH(int, held);
+        work([&] {
+            fixture().choose(DialogFixture::Wand);
+            deleteMarker(4);
+            deleteMarker(2);
+            press("undo_button");
+            QVERIFY(fixture().isEnabled("redo_button"));
+            host().failLine(line);
+            press("undo_button");
+            QCOMPARE(host().markers("standard", 1).size(), held);
+            // Which numbers the markers have on the controller is not known now.
+            QVERIFY(!fixture().isEnabled("redo_button"));
+            canvas()->select(canvas()->body().markers().at(2));
+            QVERIFY(!fixture().isEnabled("pushButton_deleteMarker"));
+            host().clearRecords();
+            fixture().dialog->on_pushButton_deleteMarker_clicked();
+            fixture().dialog->on_redo_button_clicked();
+            QCOMPARE(host().transcript, QStringList());
+
+            // The undo can be tried again.
+            host().clearFaults();
+            QVERIFY(fixture().isEnabled("undo_button"));
+            press("undo_button");
+            QCOMPARE(xOf("standard", 1), kWandX);
+            QVERIFY(!fixture().isEnabled("undo_button"));
+            QVERIFY(fixture().isEnabled("redo_button"));
+            press("redo_button");
+            QCOMPARE(xOf("standard", 1), (QVector<double>{0, 100, 0, 30, 20}));
+            deleteMarker(1);
+            QCOMPARE(xOf("standard", 1), (QVector<double>{0, 0, 30, 20}));
+        });
+        QCOMPARE(xOf("standard", 1), kWandX);
+    }
+
+    void whereTheMarkersAreReadAgainAfterAnUndoThatFailedTheyCanBeDeleted()
+    {
+        work([&] {
+            fixture().choose(DialogFixture::Wand);
+            deleteMarker(2);
+            host().failLine("set body number_of_marker standard b01 6");
+            press("undo_button");
+            host().clearFaults();
+            QCOMPARE(canvas()->body().markerCount(), 6);
+            fixture().choose(DialogFixture::Plain);
+            fixture().choose(DialogFixture::Wand);
+            QCOMPARE(canvas()->body().markerCount(), 5);
+            QVERIFY(!fixture().isEnabled("redo_button"));
+            deleteMarker(2);
+            QCOMPARE(xOf("standard", 1), (QVector<double>{0, 100, -60, 20}));
+            press("undo_button");
+            QCOMPARE(xOf("standard", 1), (QVector<double>{0, 100, 30, -60, 20}));
+            press("undo_button");
+            QCOMPARE(xOf("standard", 1), kWandX);
+        });
+    }
+
+    void markersOfTheOpeningThatCouldNotBeWrittenBackAreNotDeletedAgain()
+    {
+        work([&] {
+            fixture().choose(DialogFixture::Wand);
+            deleteMarker(2);
+            move(0, 10.0);
+            host().failLine("set body number_of_marker standard b01 6");
+            cancel(QMessageBox::No);
+            host().clearFaults();
+            QVERIFY(!fixture().isEnabled("redo_button"));
+            canvas()->select(canvas()->body().markers().at(2));
+            QVERIFY(!fixture().isEnabled("pushButton_deleteMarker"));
+            QCOMPARE(host().markers("standard", 1).size(), 5);
+        });
+        QCOMPARE(xOf("standard", 1), kWandX);
+    }
+
+    void aDeletionThatCouldNotBeReadBackIsShownAllTheSame_data()
+    {
+        QTest::addColumn<QString>("line");
+        QTest::newRow("count") << "get body number_of_marker standard b01";
+        QTest::newRow("marker") << "get body marker standard b01 m02";
+    }
+
+    void aDeletionThatCouldNotBeReadBackIsShownAllTheSame()
+    {
+        QFETCH(QString, line);
+        work([&] {
+            fixture().choose(DialogFixture::Wand);
+            host().failLine(line);
+            deleteMarker(2);
+            QCOMPARE(canvas()->body().markerCount(), 5);
+            QCOMPARE(canvas()->body().markers().at(2)->record.position.x, 30.0);
+            QCOMPARE(canvas()->markerRecords().at(2).emission.z, 1.0);
+            QCOMPARE(tableRow(2), (QStringList{"3", "30.00", "40.00", "50.00"}));
+            QVERIFY(fixture().isEnabled("undo_button"));
+
+            // The next one is the marker that is seen under its number, and the last that may go.
+            deleteMarker(2);
+            QCOMPARE(xOf("standard", 1), (QVector<double>{0, 100, -60, 20}));
+            QCOMPARE(canvas()->body().markerCount(), 4);
+            canvas()->select(canvas()->body().markers().at(2));
+            QVERIFY(!fixture().isEnabled("pushButton_deleteMarker"));
+
+            // Each is a step of its own.
+            host().clearFaults();
+            press("undo_button");
+            QCOMPARE(xOf("standard", 1), (QVector<double>{0, 100, 30, -60, 20}));
+            press("undo_button");
+            QCOMPARE(xOf("standard", 1), kWandX);
+            QVERIFY(!fixture().isEnabled("undo_button"));
+            host().failLine(line);
+            press("redo_button");
+            QVERIFY(fixture().isEnabled("undo_button"));
+            press("redo_button");
+            QVERIFY(!fixture().isEnabled("redo_button"));
+            QCOMPARE(xOf("standard", 1), (QVector<double>{0, 100, -60, 20}));
+        });
+        QCOMPARE(xOf("standard", 1), kWandX);
+    }
+
+    void whetherADeletionWasCarriedOutIsReadBeforeTheNextOne()
+    {
+        work([&] {
+            fixture().choose(DialogFixture::Wand);
+            host().failLine("quorel2 body delete_marker standard b01 m03");
+            host().failLine("get body number_of_marker standard b01");
+            deleteMarker(2);
+            host().clearFaults();
+            canvas()->select(canvas()->body().markers().at(2));
+            QVERIFY(!fixture().isEnabled("pushButton_deleteMarker"));
+            fixture().choose(DialogFixture::Plain);
+            fixture().choose(DialogFixture::Wand);
+            canvas()->select(canvas()->body().markers().at(2));
+            QVERIFY(fixture().isEnabled("pushButton_deleteMarker"));
+        });
+    }
+
+    void afterAnApplyThatCouldNotBeReadBackADeletionCanBeUndone_data()
+    {
+        QTest::addColumn<bool>("byQuestion");
+        QTest::newRow("apply") << false;
+        QTest::newRow("question") << true;
+    }
+
+    void afterAnApplyThatCouldNotBeReadBackADeletionCanBeUndone()
+    {
+        QFETCH(bool, byQuestion);
+        work([&] {
+            fixture().choose(DialogFixture::Wand);
+            deleteMarker(2);
+            move(0, 10.0);
+            host().failLine("get body number_of_marker standard b01");
+            host().failLine("get body number_of_marker standard b02");
+            if (byQuestion) {
+                fixture().answers = {QMessageBox::Yes};
+                fixture().choose(DialogFixture::Plain);
+            } else {
+                press("apply_button");
+            }
+            host().clearFaults();
+            QCOMPARE(transforms().size(), 1);
+            QVERIFY(!fixture().isEnabled("apply_button"));
+            QVERIFY(fixture().isEnabled("undo_button"));
+            press("undo_button");
+            QCOMPARE(xOf("standard", 1), (QVector<double>{-10, 90, -10, 20, -70, 10}));
+            QVERIFY(fixture().isEnabled("redo_button"));
+            cancel(QMessageBox::Yes);
         });
         QCOMPARE(xOf("standard", 1), kWandX);
     }

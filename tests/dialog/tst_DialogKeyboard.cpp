@@ -664,6 +664,22 @@ private slots:
 
     // Menus
 
+    void theMenuKeysEndADragOfTheMouse()
+    {
+        fixture().session([&] {
+            choose(DialogFixture::Wand);
+            const QPoint centre = canvas()->rect().center();
+            QTest::mousePress(canvas(), Qt::LeftButton, Qt::ControlModifier, centre);
+            QVERIFY(canvas()->isDragging());
+            press(dialog(), Qt::Key_Menu);
+            auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+            QVERIFY(menu);
+            QVERIFY(!canvas()->isDragging());
+            QTest::keyClick(menu, Qt::Key_Escape);
+            QTest::mouseRelease(canvas(), Qt::LeftButton, {}, centre);
+        });
+    }
+
     void theMenuKeysOpenTheContextMenus_data()
     {
         QTest::addColumn<Qt::Key>("key");

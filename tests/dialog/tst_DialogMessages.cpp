@@ -717,6 +717,37 @@ private slots:
         QCOMPARE(host().sendToModule(kModule, "Calibration", kRequest), -1);
     }
 
+    void aRequestThatIsStillOnItsWayWhenTheHostDetachesTheModuleOpensNothing()
+    {
+        fixture().makeDialog();
+        send("Calibration", kRequest + " standard|1");
+        dialog()->detachFromHost();
+        QTest::qWait(20);
+        QVERIFY(!dialog()->isVisible());
+        QCOMPARE(host().transcript, QStringList());
+        QVERIFY(host().messages.isEmpty());
+    }
+
+    void aRequestBringsAMinimisedDialogBack()
+    {
+        fixture().session([&] {
+            dialog()->setWindowState(dialog()->windowState() | Qt::WindowMinimized);
+            QVERIFY(dialog()->isMinimized());
+            send("Calibration", kRequest + " standard|2");
+            QTRY_COMPARE(answered(), QStringList{"Calibration"});
+            QVERIFY(!dialog()->isMinimized());
+        });
+    }
+
+    void aRequestOfNobodyIsNotAnswered()
+    {
+        fixture().session([&] {
+            send("", kRequest + " standard|2");
+            QTest::qWait(20);
+            QVERIFY(host().messages.isEmpty());
+        });
+    }
+
     void theModuleMayBeCleanedUpWhileAWindowIsOpenAbove_data() { addWindowRows(); }
 
     void theModuleMayBeCleanedUpWhileAWindowIsOpenAbove()

@@ -86,6 +86,15 @@ void compareMapped(const MarkerList &actual, const MarkerList &original,
     }
 }
 
+/// Takes the last deletion of the body back.
+/// @return the markers that the body has then
+MarkerList undone(MarkerDeletions &deletions, const BodyIdentity &body)
+{
+    const MarkerList before = deletions.beforeLast(body);
+    deletions.undo(body);
+    return before;
+}
+
 } // namespace
 
 class TestMarkerDeletions : public QObject {
@@ -99,7 +108,7 @@ private slots:
         QCOMPARE(deletions.pendingMarker(kWand), -1);
         QVERIFY(deletions.changedBodies().isEmpty());
         QVERIFY(deletions.markersAtOpening(kWand).positions.isEmpty());
-        QVERIFY(deletions.undo(kWand).positions.isEmpty());
+        QVERIFY(undone(deletions, kWand).positions.isEmpty());
         deletions.redo(kWand, listOf(6, 1));
         deletions.undoAll();
         deletions.notWritten(kWand);
@@ -114,13 +123,13 @@ private slots:
         deletions.add(kWand, listOf(6, 1), 2);
         QVERIFY(deletions.canUndo(kWand));
         QCOMPARE(deletions.pendingMarker(kWand), -1);
-        const MarkerList before = deletions.undo(kWand);
+        const MarkerList before = undone(deletions, kWand);
         QCOMPARE(contents(before), made(6, 1));
         QCOMPARE(before.emissions.size(), 6);
         QCOMPARE(before.emissions.at(5).angleDeg, 51.0);
         QVERIFY(!deletions.canUndo(kWand));
         QCOMPARE(deletions.pendingMarker(kWand), 2);
-        QVERIFY(deletions.undo(kWand).positions.isEmpty());
+        QVERIFY(undone(deletions, kWand).positions.isEmpty());
         QCOMPARE(deletions.pendingMarker(kWand), 2);
     }
 
@@ -131,13 +140,13 @@ private slots:
         deletions.add(kWand, listOf(6, 2), 0);
         deletions.add(kWand, listOf(5, 3), 3);
         for (int round = 0; round < 3; ++round) {
-            QCOMPARE(contents(deletions.undo(kWand)), made(5, 3));
+            QCOMPARE(contents(undone(deletions, kWand)), made(5, 3));
             QCOMPARE(deletions.pendingMarker(kWand), 3);
             QVERIFY(deletions.canUndo(kWand));
-            QCOMPARE(contents(deletions.undo(kWand)), made(6, 2));
+            QCOMPARE(contents(undone(deletions, kWand)), made(6, 2));
             QCOMPARE(deletions.pendingMarker(kWand), 0);
             QVERIFY(deletions.canUndo(kWand));
-            QCOMPARE(contents(deletions.undo(kWand)), made(7, 1));
+            QCOMPARE(contents(undone(deletions, kWand)), made(7, 1));
             QCOMPARE(deletions.pendingMarker(kWand), 6);
             QVERIFY(!deletions.canUndo(kWand));
 
@@ -158,7 +167,7 @@ private slots:
         deletions.undo(kWand);
         // The body was moved in between.
         deletions.redo(kWand, listOf(6, 9));
-        QCOMPARE(contents(deletions.undo(kWand)), made(6, 9));
+        QCOMPARE(contents(undone(deletions, kWand)), made(6, 9));
         QCOMPARE(contents(deletions.markersAtOpening(kWand)), made(6, 1));
     }
 
@@ -167,7 +176,7 @@ private slots:
         MarkerDeletions deletions;
         deletions.add(kWand, listOf(6, 1), 2);
         deletions.redo(kWand, listOf(5, 2));
-        QCOMPARE(contents(deletions.undo(kWand)), made(6, 1));
+        QCOMPARE(contents(undone(deletions, kWand)), made(6, 1));
         QVERIFY(!deletions.canUndo(kWand));
     }
 
@@ -183,7 +192,7 @@ private slots:
         deletions.add(kWand, listOf(7, 3), 1);
         QCOMPARE(deletions.pendingMarker(kWand), -1);
         QCOMPARE(deletions.pendingMarker(kProbe), 4);
-        QCOMPARE(contents(deletions.undo(kWand)), made(7, 3));
+        QCOMPARE(contents(undone(deletions, kWand)), made(7, 3));
         QVERIFY(!deletions.canUndo(kWand));
         QCOMPARE(deletions.pendingMarker(kWand), 1);
         deletions.redo(kWand, listOf(7, 3));
@@ -197,13 +206,13 @@ private slots:
         deletions.add(kWand, listOf(6, 2), 2);
         deletions.notConfirmed(kWand);
         // Until then it can be undone and tried again.
-        QCOMPARE(contents(deletions.undo(kWand)), made(6, 2));
+        QCOMPARE(contents(undone(deletions, kWand)), made(6, 2));
         QCOMPARE(deletions.pendingMarker(kWand), 2);
         deletions.redo(kWand, listOf(6, 2));
 
         deletions.add(kWand, listOf(6, 3), 4);
-        QCOMPARE(contents(deletions.undo(kWand)), made(6, 3));
-        QCOMPARE(contents(deletions.undo(kWand)), made(7, 1));
+        QCOMPARE(contents(undone(deletions, kWand)), made(6, 3));
+        QCOMPARE(contents(undone(deletions, kWand)), made(7, 1));
         QVERIFY(!deletions.canUndo(kWand));
         deletions.redo(kWand, listOf(7, 1));
         QCOMPARE(deletions.pendingMarker(kWand), 4);
@@ -223,7 +232,7 @@ private slots:
         deletions.notConfirmed(kWand);
         QCOMPARE(deletions.pendingMarker(kWand), -1);
         QCOMPARE(deletions.pendingMarker(kProbe), 1);
-        QCOMPARE(contents(deletions.undo(kWand)), made(8, 1));
+        QCOMPARE(contents(undone(deletions, kWand)), made(8, 1));
         QCOMPARE(deletions.pendingMarker(kWand), 6);
         deletions.notConfirmed({QStringLiteral("standard"), 7, 7});
     }
@@ -235,12 +244,12 @@ private slots:
         QVERIFY(!deletions.canUndo(kProbe));
         deletions.add(kProbe, listOf(5, 2), 4);
         deletions.add(kWand, listOf(5, 3), 0);
-        QCOMPARE(contents(deletions.undo(kProbe)), made(5, 2));
+        QCOMPARE(contents(undone(deletions, kProbe)), made(5, 2));
         QVERIFY(!deletions.canUndo(kProbe));
         QVERIFY(deletions.canUndo(kWand));
         QCOMPARE(deletions.pendingMarker(kWand), -1);
-        QCOMPARE(contents(deletions.undo(kWand)), made(5, 3));
-        QCOMPARE(contents(deletions.undo(kWand)), made(6, 1));
+        QCOMPARE(contents(undone(deletions, kWand)), made(5, 3));
+        QCOMPARE(contents(undone(deletions, kWand)), made(6, 1));
         QCOMPARE(deletions.pendingMarker(kProbe), 4);
     }
 
@@ -268,7 +277,7 @@ private slots:
         const BodyIdentity body = {type, index, listIndex};
         QCOMPARE(deletions.canUndo(body), same);
         QCOMPARE(deletions.markersAtOpening(body).positions.size(), same ? 6 : 0);
-        QCOMPARE(deletions.undo(body).positions.size(), same ? 6 : 0);
+        QCOMPARE(undone(deletions, body).positions.size(), same ? 6 : 0);
         QCOMPARE(deletions.pendingMarker(body), same ? 2 : -1);
     }
 
@@ -350,8 +359,10 @@ private slots:
         QCOMPARE(namesOf(deletions.changedBodies()), QStringList{"standard 1"});
         QVERIFY(!deletions.canUndo(kWand));
         QCOMPARE(contents(deletions.markersAtOpening(kWand)), made(6, 1));
+        // Its number was one of the list that was not written.
+        QCOMPARE(deletions.pendingMarker(kWand), -1);
         // What is deleted and undone from there on may be what was written in part.
-        deletions.redo(kWand, listOf(6, 1));
+        deletions.add(kWand, listOf(6, 1), 3);
         QCOMPARE(namesOf(deletions.changedBodies()), QStringList{"standard 1"});
         deletions.undo(kWand);
         QCOMPARE(namesOf(deletions.changedBodies()), QStringList{"standard 1"});
@@ -411,12 +422,12 @@ private slots:
         deletions.add(kWand, listOf(6, 3), 5);
 
         compareMapped(deletions.markersAtOpening(kWand), listOf(8, 1), second * first);
-        compareMapped(deletions.undo(kWand), listOf(6, 3), Eigen::Isometry3d::Identity());
-        compareMapped(deletions.undo(kWand), listOf(7, 2), second);
-        compareMapped(deletions.undo(kWand), listOf(8, 1), second * first);
+        compareMapped(undone(deletions, kWand), listOf(6, 3), Eigen::Isometry3d::Identity());
+        compareMapped(undone(deletions, kWand), listOf(7, 2), second);
+        compareMapped(undone(deletions, kWand), listOf(8, 1), second * first);
         compareMapped(deletions.markersAtOpening(kProbe), listOf(5, 4),
                       Eigen::Isometry3d::Identity());
-        compareMapped(deletions.undo(kProbe), listOf(5, 4), Eigen::Isometry3d::Identity());
+        compareMapped(undone(deletions, kProbe), listOf(5, 4), Eigen::Isometry3d::Identity());
         QCOMPARE(deletions.pendingMarker(kWand), 7);
 
         // Also while nothing is left to undo.
@@ -475,7 +486,7 @@ private slots:
                     break;
                 }
                 case 2: {
-                    const MarkerList list = deletions.undo(body.identity);
+                    const MarkerList list = undone(deletions, body.identity);
                     if (body.done.empty()) {
                         QVERIFY(list.positions.isEmpty());
                         break;
@@ -506,6 +517,7 @@ private slots:
                 case 5:
                     deletions.notWritten(body.identity);
                     body.written = body.atOpening.positions.isEmpty();
+                    body.pending.clear();
                     break;
                 default:
                     if (below(4) != 0)

@@ -1193,6 +1193,7 @@ void tst_GLCanvasEditing::bodyWithoutAFinitePlaceCommitsNothing()
     canvas.dueToBody();
     for (const double element : canvas.body().baseMatrix().m)
         QVERIFY(std::isfinite(element));
+    QCOMPARE(canvas.body().undoCount(), 0);
 }
 
 void tst_GLCanvasEditing::onlineSwitchTellsWhatIsPossible()

@@ -3,6 +3,7 @@
 #include <model/abcLine.h>
 #include <model/abcMarker.h>
 #include <tests/support/TestMain.h>
+#include <view/BodyDrawing.h>
 
 #include <QGuiApplication>
 #include <QMouseEvent>
@@ -108,6 +109,7 @@ private slots:
     void axesFollowThePendingPoseAndTheMarkersDoNot();
     void commitDoesNotChangeThePicture();
     void longAxesAreDashedAndReachTenTimesTheLength();
+    void gridOfTwoExtentsEndsOnWholeNumbers();
     void gridHas41LinesEachWay_data();
     void gridHas41LinesEachWay();
     void gridFollowsTheBodysCoordinateSystem();
@@ -399,6 +401,43 @@ void tst_GLCanvasPicture::longAxesAreDashedAndReachTenTimesTheLength()
         QVERIFY(percentOf(projection, image, row.axis, 80.0, 99.0, row.colour) > 0);
         QCOMPARE(percentOf(projection, image, row.axis, 104.0, 400.0, row.colour), 0);
     }
+}
+
+void tst_GLCanvasPicture::gridOfTwoExtentsEndsOnWholeNumbers()
+{
+    GLCanvas canvas;
+    QVERIFY(showCanvas(canvas, QSize(400, 400)));
+    canvas.makeCurrent();
+    // Half a pixel a unit, so that the windowing transformation takes back what it is given.
+    constexpr double kHalfWidth = 1000.0;
+    glViewport(0, 0, 1000, 1000);
+    glMatrixMode(GL_PROJECTION);
+    glLoadIdentity();
+    glOrtho(-kHalfWidth, kHalfWidth, -kHalfWidth, kHalfWidth, -1.0, 1.0);
+    glMatrixMode(GL_MODELVIEW);
+    glLoadIdentity();
+    std::array<GLfloat, 4096> buffer = {};
+    glFeedbackBuffer(GLsizei(buffer.size()), GL_2D, buffer.data());
+    glRenderMode(GL_FEEDBACK);
+    BodyDrawing::drawGrid(500.7, 300.9, 250.0, 100.0);
+    const int count = glRenderMode(GL_RENDER);
+    QStringList lines;
+    for (int i = 0; i + 4 < count; i += 5) {
+        QStringList ends;
+        for (int end = 0; end < 2; ++end) {
+            const float *point = &buffer.at(std::size_t(i + 1 + 2 * end));
+            ends.append(QStringLiteral("%1,%2")
+                            .arg(std::lround(point[0] * 2.0F - kHalfWidth))
+                            .arg(std::lround(point[1] * 2.0F - kHalfWidth)));
+        }
+        lines.append(ends.join(QLatin1Char(' ')));
+    }
+    QStringList expected;
+    for (int x = -500; x <= 500; x += 250)
+        expected.append(QStringLiteral("%1,-300 %1,300").arg(x));
+    for (int y = -300; y <= 300; y += 100)
+        expected.append(QStringLiteral("-500,%1 500,%1").arg(y));
+    QCOMPARE(lines, expected);
 }
 
 void tst_GLCanvasPicture::gridHas41LinesEachWay_data()
