@@ -896,8 +896,8 @@ bool BodyAdjustmentDialog::canDeleteMarkers() const
     const int count = m_canvas->body().markerCount();
     // A body that must not be edited keeps its markers, also from the keyboard; so does one of
     // which the controller may hold other markers than those shown: their numbers would differ.
-    return m_form->tab->isEnabled() && m_shownIsHeld && versionAtLeast(m_versions, 1, 17) && m_chosen.isValid() &&
-           count > kFewestMarkers && marker >= 0 && marker < count;
+    return m_form->tab->isEnabled() && m_shownIsHeld && versionAtLeast(m_versions, 1, 17) &&
+           m_chosen.isValid() && count > kFewestMarkers && marker >= 0 && marker < count;
 }
 
 bool BodyAdjustmentDialog::canUndoDeletion() const

@@ -76,7 +76,8 @@ public:
     QVector<bsVector> markerPositions() const;
     /// The markers in committed body coordinates; emission directions are copied unrotated.
     QList<MarkerRecord> markerRecords() const;
-    /// Mean of the marker positions at the last load or exchange (stored frame); NaN for a body of no markers.
+    /// Mean of the marker positions at the last load or exchange (stored frame); NaN for a body of
+    /// no markers.
     const bsVector &cog() const { return m_cog; }
     const QVector<QColor> &palette() const { return m_palette; }
 
