@@ -38,6 +38,47 @@ struct Controller {
     bool knows(Knowledge what) const { return knowledge >= what; }
 };
 
+/// A controller on which opening has all there is to switch off.
+Controller busyController(Knowledge knowledge)
+{
+    Controller c;
+    c.knowledge = knowledge;
+    c.multiUserAvailable = c.multiUser = c.headAvailable = c.head = true;
+    c.reference = "standard 02";
+    c.plainForm = true;
+    return c;
+}
+
+struct Version {
+    int major = 0;
+    int minor = 0;
+    int patch = 0;
+    Knowledge knowledge = Nothing;
+
+    QByteArray name() const
+    {
+        return QByteArray::number(major) + '.' + QByteArray::number(minor) + ", patch " +
+               QByteArray::number(patch);
+    }
+};
+
+/// On both sides of every version that brought something.
+QVector<Version> versions()
+{
+    return {
+        {0, 5, -1, Nothing},      {0, 5, 99, Nothing},       {0, 6, -5, Nothing},
+        {0, 6, -1, OutputForm},   {0, 6, 0, OutputForm},     {0, 7, -5, OutputForm},
+        {0, 16, -1, OutputForm},  {0, 17, -5, OutputForm},   {0, 17, -1, TrackingWord},
+        {0, 17, 0, TrackingWord}, {0, 18, -5, TrackingWord}, {1, 0, -5, TrackingWord},
+        {1, 8, -1, TrackingWord}, {1, 9, -5, TrackingWord},  {1, 9, -1, LockWord},
+        {1, 9, 0, LockWord},      {1, 10, -5, LockWord},     {1, 11, -1, LockWord},
+        {1, 12, -5, LockWord},    {1, 12, -1, TargetType},   {1, 12, 0, TargetType},
+        {1, 13, -5, TargetType},  {1, 16, -1, TargetType},   {1, 17, -5, TargetType},
+        {1, 17, -2, TargetType},  {1, 17, -1, Deletion},     {1, 17, 0, Deletion},
+        {1, 17, 3, Deletion},     {1, 18, -5, Deletion},     {2, 0, -5, Deletion},
+    };
+}
+
 /// The markers of a body as a write command shows them.
 struct Markers {
     QStringList positions;
@@ -242,6 +283,7 @@ QStringList writingBack(const Controller &c, const QString &body, const Markers 
 } // namespace
 
 Q_DECLARE_METATYPE(Controller)
+Q_DECLARE_METATYPE(Version)
 
 class TestDialogTranscripts : public QObject {
     Q_OBJECT
@@ -266,6 +308,31 @@ private:
         p["vimbar output_6df"] = yesNo(c.plainForm);
         fixture().makeDialog();
         host().clearRecords();
+    }
+    void setVersion(const Version &version)
+    {
+        host().setVersion(version.major, version.minor, version.patch);
+    }
+    /// All versions, each with a controller that tracks and with one that says it does not.
+    static void everyBackendIsLeft_data()
+    {
+        QTest::addColumn<Version>("version");
+        QTest::addColumn<bool>("tracks");
+        for (const Version &version : versions()) {
+            QTest::newRow(version.name()) << version << true;
+            QTest::newRow(version.name() + ", no tracking") << version << false;
+        }
+    }
+    /// Prepares a busy controller of that version.
+    /// @return what is exchanged with it: a backend that is too old for the question always tracks
+    Controller askedOf(const Version &version, bool tracks)
+    {
+        Controller c = busyController(version.knowledge);
+        c.canTrack = tracks || !c.knows(TrackingWord);
+        prepare(c);
+        host().parameters["tracking available"] = tracks ? "yes" : "no";
+        setVersion(version);
+        return c;
     }
     void press(const char *button)
     {
@@ -300,45 +367,19 @@ private slots:
 
     void aBackendIsAskedOnlyWhatItKnows_data()
     {
-        QTest::addColumn<int>("major");
-        QTest::addColumn<int>("minor");
-        QTest::addColumn<int>("patch");
-        QTest::addColumn<int>("knowledge");
-        const struct {
-            int major, minor, patch;
-            Knowledge knowledge;
-        } versions[] = {
-            {0, 5, -1, Nothing},      {0, 5, 99, Nothing},       {0, 6, -5, Nothing},
-            {0, 6, -1, OutputForm},   {0, 6, 0, OutputForm},     {0, 7, -5, OutputForm},
-            {0, 16, -1, OutputForm},  {0, 17, -5, OutputForm},   {0, 17, -1, TrackingWord},
-            {0, 17, 0, TrackingWord}, {0, 18, -5, TrackingWord}, {1, 0, -5, TrackingWord},
-            {1, 8, -1, TrackingWord}, {1, 9, -5, TrackingWord},  {1, 9, -1, LockWord},
-            {1, 9, 0, LockWord},      {1, 10, -5, LockWord},     {1, 11, -1, LockWord},
-            {1, 12, -5, LockWord},    {1, 12, -1, TargetType},   {1, 12, 0, TargetType},
-            {1, 13, -5, TargetType},  {1, 16, -1, TargetType},   {1, 17, -5, TargetType},
-            {1, 17, -2, TargetType},  {1, 17, -1, Deletion},     {1, 17, 0, Deletion},
-            {1, 17, 3, Deletion},     {1, 18, -5, Deletion},     {2, 0, -5, Deletion},
-        };
-        for (const auto &v : versions)
-            QTest::addRow("%d.%d, patch %d", v.major, v.minor, v.patch)
-                << v.major << v.minor << v.patch << int(v.knowledge);
+        QTest::addColumn<Version>("version");
+        for (const Version &version : versions())
+            QTest::newRow(version.name()) << version;
     }
 
     /// Open, choose, apply, delete, undo, redo, choose another body, cancel.
     void aBackendIsAskedOnlyWhatItKnows()
     {
-        QFETCH(int, major);
-        QFETCH(int, minor);
-        QFETCH(int, patch);
-        QFETCH(int, knowledge);
-        Controller c;
-        c.knowledge = Knowledge(knowledge);
-        c.multiUserAvailable = c.multiUser = c.headAvailable = c.head = true;
-        c.reference = "standard 02";
-        c.plainForm = true;
+        QFETCH(Version, version);
+        const Controller c = busyController(version.knowledge);
         const bool deletes = c.knows(Deletion);
         prepare(c);
-        host().setVersion(major, minor, patch);
+        setVersion(version);
         fixture().quickSession([&] {
             QCOMPARE(journal(), openedAndShown(c));
             fixture().choose(DialogFixture::Wand);
@@ -687,6 +728,26 @@ private slots:
         QCOMPARE(journal(), restoring(controller));
     }
 
+    void everyBackendIsLeftByHiding_data() { everyBackendIsLeft_data(); }
+
+    void everyBackendIsLeftByHiding()
+    {
+        QFETCH(Version, version);
+        QFETCH(bool, tracks);
+        const Controller c = askedOf(version, tracks);
+        for (const bool chosen : {false, true}) {
+            fixture().quickSession([&] {
+                QCOMPARE(journal(), openedAndShown(c));
+                if (chosen)
+                    fixture().choose(DialogFixture::SpareProbe);
+                QCOMPARE(journal(), when(chosen, loading("vimbar b02", 5)));
+                fixture().dialog->hide();
+                QCOMPARE(journal(), stopOfMeasurement(c) + unsubscribing(c));
+            });
+            QCOMPARE(journal(), restoring(c));
+        }
+    }
+
     // Choosing ------------------------------------------------------------------------------------
 
     void choosingReadsTheMarkersOfACalibratedBody_data()
@@ -823,35 +884,34 @@ private slots:
 
     // Apply, OK, Cancel ---------------------------------------------------------------------------
 
-    void okWritesWhatIsNotAppliedAndCloses_data()
-    {
-        QTest::addColumn<bool>("edited");
-        QTest::addColumn<bool>("applied");
-        QTest::newRow("nothing changed") << false << false;
-        QTest::newRow("changed") << true << false;
-        QTest::newRow("applied") << true << true;
-    }
+    void okWritesWhatIsNotAppliedAndCloses_data() { everyBackendIsLeft_data(); }
 
+    /// With nothing changed, with a change, and with one that was applied already.
     void okWritesWhatIsNotAppliedAndCloses()
     {
-        QFETCH(bool, edited);
-        QFETCH(bool, applied);
-        Controller c;
-        c.reference = "standard 02";
-        prepare(c);
-        fixture().quickSession([&] {
-            fixture().choose(DialogFixture::SpareProbe);
-            if (edited)
-                move(1, -12.3456);
-            if (applied)
-                press("apply_button");
-            journal();
-            press("ok_button");
-        });
+        QFETCH(Version, version);
+        QFETCH(bool, tracks);
+        const Controller c = askedOf(version, tracks);
+        const QString written = transform("vimbar b02", "0.000 12.350 0.000");
+        for (const auto &change : {qMakePair(false, false), {true, false}, {true, true}}) {
+            const bool edited = change.first;
+            const bool applied = change.second;
+            fixture().quickSession([&] {
+                QCOMPARE(journal(), openedAndShown(c));
+                fixture().choose(DialogFixture::SpareProbe);
+                QCOMPARE(journal(), loading("vimbar b02", 5));
+                if (edited)
+                    move(1, -12.3456);
+                QCOMPARE(journal(), QStringList());
+                if (applied)
+                    press("apply_button");
+                QCOMPARE(withPlainZeros(journal()),
+                         when(applied, applying(c, written, "vimbar b02", 5)));
+                press("ok_button");
+            });
+            QCOMPARE(withPlainZeros(journal()), when(edited && !applied, {written}) + closing(c));
+        }
         QCOMPARE(fixture().boxes.size(), 0);
-        QCOMPARE(withPlainZeros(journal()),
-                 when(edited && !applied, {transform("vimbar b02", "0.000 12.350 0.000")}) +
-                     closing(c));
     }
 
     void aGestureThatIsStillOpenCounts_data()
