@@ -435,6 +435,35 @@ private slots:
         QCOMPARE(m_host->journal.count("unregister BodyAdjustmentModule"), 1);
     }
 
+    void shutdownStopsThePollingOfAnOpenDialog()
+    {
+        configure();
+        const QPointer<QDialog> box = dialog();
+        QTimer *polling = nullptr;
+        const QList<QTimer *> timers = box->findChildren<QTimer *>();
+        for (QTimer *timer : timers) {
+            if (timer->interval() == 30)
+                polling = timer;
+        }
+        QVERIFY(polling);
+        QVERIFY(!polling->isActive());
+        bool wasPolling = false;
+        bool isPolling = true;
+        bool isOpen = false;
+        QTimer::singleShot(0, this, [&] {
+            wasPolling = polling->isActive();
+            m_module->shutdown();
+            isPolling = polling->isActive();
+            // Nothing else: the dialog stays up and subscribed until it is closed.
+            isOpen = box->isVisible() && !m_host->requesters.value("6d").isEmpty();
+            box->reject();
+        });
+        m_module->menuEntries().first()->action->trigger();
+        QVERIFY(wasPolling);
+        QVERIFY(!isPolling);
+        QVERIFY(isOpen);
+    }
+
     void shutdownAndCleanupAreSafeWithoutADialog()
     {
         m_module->shutdown();
