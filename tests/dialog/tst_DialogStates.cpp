@@ -2,6 +2,7 @@
 
 #include <dialog/BodyAdjustmentDialog.h>
 #include <model/abcBody.h>
+#include <model/abcLine.h>
 #include <model/abcMarker.h>
 #include <tests/support/TestMain.h>
 #include <view/GLCanvas.h>
@@ -26,6 +27,7 @@
 #include <QtTest>
 
 #include <cmath>
+#include <functional>
 
 namespace {
 
@@ -94,6 +96,158 @@ bool near(const bsVector &a, const bsVector &b)
     return (a - b).length() < 1e-6;
 }
 
+const char kTrackingNotAvailable[] = "<b><font color=red>Tracking is not available!</font></b>";
+const char kMultiUserWarning[] = "<b><font color=red>Multi user should be disabled!</font></b>";
+const char kNotCalibrated[] = "<b><font color=red>Bod&y not calibrated!</font></b>";
+const char kCylinderMarkers[] = "<b><font color=gray>Bod&y has cylinder marker!</font></b>";
+
+const QVector<bsVector> kFour = {{0, 0, 0}, {100, 0, 0}, {0, 60, 0}, {30, 40, 50}};
+const QVector<bsVector> kWand = {{0, 0, 0},    {100, 0, 0},   {0, 60, 0},
+                                 {30, 40, 50}, {-60, 20, 10}, {20, -70, 30}};
+const QVector<bsVector> kSpareProbe = {
+    {0, 0, 0}, {80, 0, 0}, {0, 50, 0}, {20, 30, 40}, {-30, 10, 5}};
+
+/// The rows of the table for markers that are seen from a moved origin.
+QStringList rowsOf(const QVector<bsVector> &markers, const bsVector &origin = {})
+{
+    QStringList rows;
+    for (int i = 0; i < markers.size(); ++i) {
+        const bsVector place = markers.at(i) - origin;
+        rows.append(QStringLiteral("%1 %2 %3 %4")
+                        .arg(i + 1)
+                        .arg(place.x, 0, 'f', 2)
+                        .arg(place.y, 0, 'f', 2)
+                        .arg(place.z, 0, 'f', 2));
+    }
+    return rows;
+}
+
+QStringList sorted(QStringList texts)
+{
+    texts.sort();
+    return texts;
+}
+
+const QStringList kClosing = {"help_button", "ok_button", "cancel_button"};
+const QStringList kView = {"pos_xyzWidget", "ori_xyzWidget", "reset_view_button"};
+const QStringList kEditing = {"body_pos_xyzWidget", "body_ori_xyzWidget", "set_origin_cog_button",
+                              "pushButton_due_to_body"};
+const QStringList kRoom = {"adjust_axes_to_room_button", "pushButton_due_to_room",
+                           "pushButton_due_to_room_0"};
+const QStringList kUnapplied = {"undo_button", "apply_button"};
+
+const QString kRoomEntry = QStringLiteral("Show room orientation");
+const QString kAddEntry = QStringLiteral("Add line between markers");
+const QString kDeleteEntry = QStringLiteral("Delete line between markers");
+
+/// What the dialog shows and allows.
+struct State {
+    QStringList enabled;
+    QStringList onDisabledTab; ///< enabled as such, on a tab that is not
+    QStringList entries;       ///< enabled in the view's menu, of those that are not always
+    QStringList rows;          ///< of the marker table
+    QStringList posted;        ///< errors, from the opening on
+    QStringList boxes;         ///< the questions that came up, from the opening on
+    QString caption = QStringLiteral("Bod&y");
+    QString bodyIcon = QStringLiteral("none");
+    QString errorText; ///< shown unless empty
+    QString windowIcon = QStringLiteral("the host's");
+    int bodies = 7; ///< in the list
+    int chosen = -1;
+    int page = 0;
+    bool tabs = true;
+    bool ticked = false;
+
+    State with(const QStringList &controls) const
+    {
+        return set(&State::enabled, enabled + controls);
+    }
+    State without(const QStringList &controls) const
+    {
+        State state = *this;
+        for (const QString &control : controls)
+            state.enabled.removeAll(control);
+        return state;
+    }
+    template <typename T, typename Value>
+    State set(T State::*field, const Value &value) const
+    {
+        State state = *this;
+        state.*field = value;
+        return state;
+    }
+
+    QStringList lines() const
+    {
+        QStringList menu = {"Small markers", "Colored markers", "Emissions",
+                            "Long axes",     "Show COG",        "Show XY plane",
+                            "Show YZ plane", "Show XZ plane",   "Data view"};
+        menu += entries;
+        return QStringList{"title: Body Adjustment",
+                           "window icon: " + windowIcon,
+                           "caption: " + caption,
+                           "body icon: " + bodyIcon,
+                           QStringLiteral("list: %1 of %2").arg(chosen).arg(bodies),
+                           "error label: " + (errorText.isEmpty() ? "hidden" : errorText),
+                           QStringLiteral("page: %1").arg(page),
+                           QString("tabs: ") + (tabs ? "enabled, enabled" : "disabled, disabled"),
+                           QString("online: ") + (ticked ? "ticked" : "not ticked"),
+                           "enabled: " + sorted(enabled).join(", "),
+                           "on a disabled tab: " + sorted(onDisabledTab).join(", "),
+                           "menu: " + sorted(menu).join(", "),
+                           "posted: " + posted.join(", "),
+                           "boxes: " + boxes.join(", ")} +
+               rows;
+    }
+};
+
+State nothingChosen()
+{
+    return State().with(QStringList{"body_name"} + kView + kClosing);
+}
+
+/// A body that is seen and followed, and not edited.
+State seenOnly(int position, const QVector<bsVector> &markers)
+{
+    return nothingChosen()
+        .with({"online_checkbox"})
+        .set(&State::chosen, position)
+        .set(&State::rows, rowsOf(markers));
+}
+
+State editable(int position, const QVector<bsVector> &markers)
+{
+    return seenOnly(position, markers).with(kEditing);
+}
+
+State uncalibrated()
+{
+    return nothingChosen()
+        .without(kView)
+        .set(&State::chosen, int(DialogFixture::Raw))
+        .set(&State::caption, kNotCalibrated)
+        .set(&State::bodyIcon, "grey");
+}
+
+State withCylinderMarkers()
+{
+    return seenOnly(DialogFixture::Tube, kFour)
+        .set(&State::caption, kCylinderMarkers)
+        .set(&State::tabs, false);
+}
+
+State locked(const State &state)
+{
+    return state.without(kEditing).set(&State::windowIcon, "lock").set(&State::tabs, false);
+}
+
+State online(const State &state)
+{
+    return state.set(&State::ticked, true).set(&State::entries, QStringList{kRoomEntry});
+}
+
+using Steps = std::function<void()>;
+
 /// Keeps the reasons for which a widget got the focus.
 class FocusReasons : public QObject {
 public:
@@ -110,6 +264,9 @@ protected:
 };
 
 } // namespace
+
+Q_DECLARE_METATYPE(State)
+Q_DECLARE_METATYPE(Steps)
 
 class TestDialogStates : public QObject {
     Q_OBJECT
@@ -203,6 +360,148 @@ private:
         }
         return on;
     }
+    void choose(int position) { fixture().choose(position); }
+    void press(const char *button)
+    {
+        auto *widget = fixture().child<QAbstractButton>(button);
+        QVERIFY2(widget->isEnabled(), button);
+        widget->click();
+    }
+    void move() { fixture().changeValue("body_pos_xyzWidget", 0, 10.0); }
+    /// Begins to turn a wheel and does not end it.
+    void startMoving()
+    {
+        auto *group = fixture().child<QWidget>("body_pos_xyzWidget");
+        group->findChildren<bsDoubleWidget *>().first()->adjustValue(10.0);
+    }
+    void deleteLastMarkerOfTheWand()
+    {
+        choose(DialogFixture::Wand);
+        fixture().selectMarker(5);
+        fixture().answers = {QMessageBox::Ok};
+        press("pushButton_deleteMarker");
+    }
+    void addLine()
+    {
+        fixture().selectMarker(0);
+        fixture().selectMarker(1);
+        canvas()->introduceLine();
+    }
+    /// A line of data that tells of the standard body at that list position.
+    void tell(int position, const QByteArray &quality)
+    {
+        QCOMPARE(host().deliver("6d", bodyLine(position, quality)), 0);
+    }
+    void keepMultiUserOn()
+    {
+        host().parameters["vimbar multiuser_available"] = "yes";
+        host().parameters["vimbar multiuser"] = "yes";
+        host().failLine("set vimbar multiuser no");
+    }
+    void lock() { host().parameters["config is_changeable"] = "no"; }
+    void denyTracking() { host().parameters["tracking available"] = "no"; }
+
+    QString errorLabel()
+    {
+        const auto *label = fixture().child<QLabel>("error_label");
+        // Before the dialog is shown, too.
+        if (label->isVisibleTo(dialog()))
+            return label->text();
+        return label->text().isEmpty() ? QString("hidden") : "hidden: " + label->text();
+    }
+    QString nameOfStatusIcon()
+    {
+        const QImage icon = statusIcon();
+        if (icon.isNull())
+            return "none";
+        for (const char *name : {"grey", "red", "green"}) {
+            if (icon == statusImage(QStringLiteral(":/%1.png").arg(name)))
+                return name;
+        }
+        return "another";
+    }
+    QString nameOfWindowIcon()
+    {
+        const QImage icon = shown(dialog()->windowIcon().pixmap(32));
+        if (icon == shown(QIcon(":/lock.png").pixmap(32)))
+            return "lock";
+        return icon == shown(fixture().parentWindow.windowIcon().pixmap(32)) ? "the host's"
+                                                                             : "another";
+    }
+    /// As State::lines() puts it.
+    QStringList stateOfTheDialog()
+    {
+        const auto *list = fixture().child<QComboBox>("body_name");
+        const auto *tabs = fixture().child<QTabWidget>("tabWidget");
+        QStringList tabStates;
+        for (int i = 0; i < tabs->count(); ++i)
+            tabStates.append(tabs->isTabEnabled(i) ? "enabled" : "disabled");
+        QStringList onDisabledTab;
+        const QStringList enabled = fixture().enabledControls();
+        for (int i = 0; i < tabs->count(); ++i) {
+            const QList<QWidget *> controls = tabs->widget(i)->findChildren<QWidget *>();
+            for (const QWidget *control : controls) {
+                const QString name = control->objectName();
+                const bool isControl = control->inherits("QPushButton") || name.contains("xyz");
+                if (isControl && !control->isEnabled() &&
+                    fixture().isItselfEnabled(qPrintable(name)))
+                    onDisabledTab.append(name);
+            }
+        }
+        QStringList entries;
+        for (const QAction *action : canvasMenu()->actions()) {
+            if (!action->isSeparator() && action->isEnabled())
+                entries.append(action->text());
+        }
+        QStringList boxTexts;
+        for (const SeenBox &box : fixture().boxes)
+            boxTexts.append(box.text);
+        QStringList rows = fixture().tableRows();
+        rows.replaceInStrings(" -0.00", " 0.00");
+        const QStringList lines = {
+            "title: " + dialog()->windowTitle(),
+            "window icon: " + nameOfWindowIcon(),
+            "caption: " + fixture().child<QLabel>("loadBody")->text(),
+            "body icon: " + nameOfStatusIcon(),
+            QStringLiteral("list: %1 of %2").arg(list->currentIndex()).arg(list->count()),
+            "error label: " + errorLabel(),
+            QStringLiteral("page: %1")
+                .arg(fixture().child<QStackedWidget>("stackedWidget")->currentIndex()),
+            "tabs: " + tabStates.join(", "),
+            QString("online: ") + (fixture().child<QCheckBox>("online_checkbox")->isChecked()
+                                       ? "ticked"
+                                       : "not ticked"),
+            "enabled: " + sorted(enabled).join(", "),
+            "on a disabled tab: " + sorted(onDisabledTab).join(", "),
+            "menu: " + sorted(entries).join(", "),
+            "posted: " + host().errors().join(", "),
+            "boxes: " + boxTexts.join(", ")};
+        return lines + rows;
+    }
+    /// A row of prepare, request (null: opened by the menu), work and expected.
+    void checkState()
+    {
+        QFETCH(Steps, prepare);
+        QFETCH(QString, request);
+        QFETCH(Steps, work);
+        QFETCH(State, expected);
+        QPixmap hostPixmap(32, 32);
+        hostPixmap.fill(Qt::magenta);
+        fixture().parentWindow.setWindowIcon(QIcon(hostPixmap));
+        prepare();
+        host().clearRecords();
+        fixture().boxes.clear();
+        QStringList state;
+        const Steps script = [&] {
+            work();
+            state = stateOfTheDialog();
+        };
+        if (request.isNull())
+            fixture().quickSession(script);
+        else
+            fixture().quickRequestedSession("Calibration", request, script);
+        QCOMPARE(state, expected.lines());
+    }
     void sendKey(int key, const QString &text, quint32 nativeModifiers, bool *accepted)
     {
         QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier, 0, 0, nativeModifiers, text);
@@ -213,6 +512,592 @@ private:
 private slots:
     void init() { m_fixture = std::make_unique<DialogFixture>(); }
     void cleanup() { m_fixture.reset(); }
+
+    // States --------------------------------------------------------------------------------------
+
+    void everyStateShowsAndAllowsWhatIsItsOwn_data()
+    {
+        QTest::addColumn<Steps>("prepare");
+        QTest::addColumn<QString>("request");
+        QTest::addColumn<Steps>("work");
+        QTest::addColumn<State>("expected");
+        const Steps nothing = [] {};
+        const auto row = [](const char *name, const Steps &prepare, const char *request,
+                            const Steps &work, const State &expected) {
+            QTest::newRow(name) << prepare << QString(request) << work << expected;
+        };
+        const auto plainRow = [row, nothing](const char *name, const Steps &work,
+                                             const State &expected) {
+            row(name, nothing, nullptr, work, expected);
+        };
+        const auto choosing = [this](int position) { return [=] { choose(position); }; };
+        const auto wand = [this](const Steps &work) {
+            return [=] {
+                choose(DialogFixture::Wand);
+                work();
+            };
+        };
+        const auto after = [this](const Steps &session) {
+            return [=] { fixture().quickSession(session); };
+        };
+        const Steps locking = [this] { lock(); };
+        const Steps denying = [this] { denyTracking(); };
+        const Steps warning = [this] { keepMultiUserOn(); };
+
+        const State none = nothingChosen();
+        const State wandState = editable(DialogFixture::Wand, kWand);
+        const State plainState = editable(DialogFixture::Plain, kFour);
+        const State penState = editable(DialogFixture::Pen, kFour)
+                                   .without({"body_pos_xyzWidget", "pushButton_due_to_body"});
+        const State probeState = editable(DialogFixture::Probe, kFour);
+        const State failedMultiUser =
+            none.set(&State::errorText, kMultiUserWarning)
+                .set(&State::bodies, 5)
+                .set(&State::posted, QStringList{"Error: Unable to deactivate multi user Vimbar"});
+
+        // Kinds of bodies.
+        plainRow("nothing chosen", nothing, none);
+        plainRow("tt_std", choosing(DialogFixture::Wand), wandState);
+        plainRow("tt_std, without emissions", choosing(DialogFixture::Plain), plainState);
+        plainRow("vimbar", choosing(DialogFixture::Probe), probeState);
+        plainRow("tt_5dof", choosing(DialogFixture::Pen), penState);
+        plainRow("tt_5dof after tt_std", wand(choosing(DialogFixture::Pen)), penState);
+        row(
+            "another target type",
+            [this] { host().addBody("standard", 2, "Frame", true, "tt_6dof", kFour); }, nullptr,
+            choosing(DialogFixture::Plain), plainState.without({"pushButton_due_to_body"}));
+        plainRow("cylinder markers", choosing(DialogFixture::Tube), withCylinderMarkers());
+        plainRow("cylinder markers after tt_std", wand(choosing(DialogFixture::Tube)),
+                 withCylinderMarkers());
+        plainRow("not calibrated", choosing(DialogFixture::Raw), uncalibrated());
+        plainRow("not calibrated after tt_std", wand(choosing(DialogFixture::Raw)), uncalibrated());
+        plainRow(
+            "not calibrated after cylinder markers",
+            [this] {
+                choose(DialogFixture::Tube);
+                choose(DialogFixture::Raw);
+            },
+            uncalibrated().set(&State::tabs, false));
+        // Whether it is tracked the next line tells; that it is not calibrated is no longer true.
+        plainRow(
+            "tt_std after not calibrated",
+            [this] {
+                choose(DialogFixture::Raw);
+                choose(DialogFixture::Wand);
+            },
+            wandState);
+        plainRow(
+            "tt_std after cylinder markers",
+            [this] {
+                choose(DialogFixture::Tube);
+                choose(DialogFixture::Wand);
+            },
+            wandState);
+        row(
+            "markers that cannot be read",
+            [this] { host().failLine("get body number_of_marker standard b01"); }, nullptr,
+            choosing(DialogFixture::Wand),
+            none.set(&State::chosen, int(DialogFixture::Wand))
+                .set(&State::posted, QStringList{"Error: Unable to check body marker info"}));
+
+        // Configuration locked.
+        const State lockedNone = locked(none);
+        row("locked, nothing chosen", locking, nullptr, nothing, lockedNone);
+        row("locked, tt_std", locking, nullptr, choosing(DialogFixture::Wand), locked(wandState));
+        row("locked, tt_5dof", locking, nullptr, choosing(DialogFixture::Pen), locked(penState));
+        row("locked, cylinder markers", locking, nullptr, choosing(DialogFixture::Tube),
+            locked(withCylinderMarkers()));
+        row("locked, not calibrated", locking, nullptr, choosing(DialogFixture::Raw),
+            locked(uncalibrated()));
+        row(
+            "locked, two markers selected", locking, nullptr,
+            [this] {
+                choose(DialogFixture::Plain);
+                fixture().selectMarker(0);
+                fixture().selectMarker(1);
+            },
+            locked(plainState).set(&State::entries, QStringList{kAddEntry}));
+        row("locked, online and tracked", locking, nullptr, wand([this] {
+                goOnline();
+                tell(DialogFixture::Wand, "1.000");
+            }),
+            online(locked(wandState)).set(&State::bodyIcon, "green"));
+        row("locked, requested", locking, "standard|1", nothing,
+            locked(wandState).without({"body_name"}));
+        row("locked, requested and not there", locking, "standard|9", nothing,
+            lockedNone.without({"body_name"}));
+        row(
+            "no longer locked",
+            [this] {
+                lock();
+                fixture().quickSession(nullptr);
+                host().parameters["config is_changeable"] = "yes";
+            },
+            nullptr, choosing(DialogFixture::Wand), wandState);
+        row(
+            "locked since the last time",
+            [this] {
+                fixture().quickSession([this] { choose(DialogFixture::Wand); });
+                lock();
+            },
+            nullptr, nothing, lockedNone);
+
+        // Tracking not available: nothing measures, so there is no orientation to follow.
+        const QStringList onlineBox = {"online_checkbox"};
+        row("no tracking, nothing chosen", denying, nullptr, nothing, none);
+        row("no tracking, tt_std", denying, nullptr, choosing(DialogFixture::Wand),
+            wandState.without(onlineBox));
+        row("no tracking, cylinder markers", denying, nullptr, choosing(DialogFixture::Tube),
+            withCylinderMarkers().without(onlineBox));
+        row("no tracking, not calibrated", denying, nullptr, choosing(DialogFixture::Raw),
+            uncalibrated());
+        row("no tracking, requested", denying, "standard|1", nothing,
+            wandState.without({"body_name", "online_checkbox"}));
+        row(
+            "no tracking, but someone measures",
+            [this] {
+                denyTracking();
+                host().parameters["status active"] = "mea";
+            },
+            nullptr, choosing(DialogFixture::Wand), wandState);
+        row(
+            "no tracking, locked",
+            [this] {
+                denyTracking();
+                lock();
+            },
+            nullptr, choosing(DialogFixture::Wand), locked(wandState).without(onlineBox));
+
+        // Measurement not running.
+        row(
+            "state is another word than mea",
+            [this] {
+                host().answerLine("get status active", {0, "idle", true});
+            },
+            nullptr, choosing(DialogFixture::Wand), wandState.without(onlineBox));
+        row(
+            "state cannot be read", [this] { host().failLine("get status active"); }, nullptr,
+            choosing(DialogFixture::Wand),
+            wandState.without(onlineBox).set(&State::posted,
+                                             QStringList{"Error: Unable to check mea status"}));
+
+        // Multi-user that stays on.
+        row("multi-user stays on, nothing chosen", warning, nullptr, nothing, failedMultiUser);
+        row("multi-user stays on, tt_std", warning, nullptr, choosing(DialogFixture::Wand),
+            wandState.set(&State::errorText, kMultiUserWarning)
+                .set(&State::bodies, 5)
+                .set(&State::posted, failedMultiUser.posted));
+        row("multi-user stays on, not calibrated", warning, nullptr, choosing(DialogFixture::Raw),
+            uncalibrated()
+                .set(&State::errorText, kMultiUserWarning)
+                .set(&State::bodies, 5)
+                .set(&State::posted, failedMultiUser.posted));
+        row(
+            "multi-user stays on and no tracking",
+            [this] {
+                keepMultiUserOn();
+                denyTracking();
+            },
+            nullptr, nothing, failedMultiUser);
+        row(
+            "multi-user stays on, locked",
+            [this] {
+                keepMultiUserOn();
+                lock();
+            },
+            nullptr, nothing, locked(failedMultiUser));
+        row(
+            "multi-user on, no vimbars",
+            [this] {
+                keepMultiUserOn();
+                host().parameters["vimbar number_of_devices"] = "0";
+            },
+            nullptr, nothing, none.set(&State::posted, failedMultiUser.posted));
+
+        // Online and offline.
+        const State tracked = online(wandState).with(kRoom).set(&State::bodyIcon, "green");
+        const State notTracked = online(wandState).set(&State::bodyIcon, "red");
+        const auto followed = [this](int position, const Steps &more) {
+            return [=] {
+                choose(position);
+                goOnline();
+                tell(position, "1.000");
+                more();
+            };
+        };
+        plainRow("offline and tracked", wand([this] { tell(DialogFixture::Wand, "1.000"); }),
+                 wandState.set(&State::bodyIcon, "green"));
+        plainRow("offline and not tracked", wand([this] { tell(DialogFixture::Wand, "-1.000"); }),
+                 wandState.set(&State::bodyIcon, "red"));
+        plainRow("online, nothing told yet", wand([this] { goOnline(); }), online(wandState));
+        plainRow("online and tracked", followed(DialogFixture::Wand, nothing), tracked);
+        plainRow("online and poorly tracked", wand([this] {
+                     goOnline();
+                     tell(DialogFixture::Wand, "0.400");
+                 }),
+                 tracked);
+        plainRow("online and lost",
+                 followed(DialogFixture::Wand, [this] { tell(DialogFixture::Wand, "-1.000"); }),
+                 notTracked);
+        plainRow("online and never tracked", wand([this] {
+                     goOnline();
+                     tell(DialogFixture::Plain, "1.000");
+                 }),
+                 notTracked);
+        plainRow("offline again", followed(DialogFixture::Wand, [this] { goOnline(); }),
+                 wandState.set(&State::bodyIcon, "green"));
+        plainRow("offline again and tracked",
+                 followed(DialogFixture::Wand,
+                          [this] {
+                              goOnline();
+                              tell(DialogFixture::Wand, "1.000");
+                          }),
+                 wandState.set(&State::bodyIcon, "green"));
+        plainRow("online again",
+                 followed(DialogFixture::Wand,
+                          [this] {
+                              goOnline();
+                              goOnline();
+                              tell(DialogFixture::Wand, "1.000");
+                          }),
+                 tracked);
+        plainRow(
+            "vimbar online and tracked",
+            [this] {
+                choose(DialogFixture::Probe);
+                goOnline();
+                QCOMPARE(host().deliver("6df2", vimbarLine(0, "1.000")), 0);
+            },
+            online(probeState).with(kRoom).set(&State::bodyIcon, "green"));
+        plainRow(
+            "vimbar online and lost",
+            [this] {
+                choose(DialogFixture::Probe);
+                goOnline();
+                QCOMPARE(host().deliver("6df2", vimbarLine(0, "-1.000")), 0);
+            },
+            online(probeState).set(&State::bodyIcon, "red"));
+        plainRow("tt_5dof online and tracked", followed(DialogFixture::Pen, nothing),
+                 online(penState).set(&State::bodyIcon, "green"));
+        plainRow("cylinder markers online and tracked", followed(DialogFixture::Tube, nothing),
+                 online(withCylinderMarkers()).set(&State::bodyIcon, "green"));
+        // The box keeps its tick for the next body that can be followed.
+        plainRow("not calibrated after online",
+                 followed(DialogFixture::Wand, choosing(DialogFixture::Raw)),
+                 uncalibrated().set(&State::ticked, true));
+        plainRow("online with the next body",
+                 followed(DialogFixture::Wand,
+                          [this] {
+                              choose(DialogFixture::Plain);
+                              tell(DialogFixture::Plain, "1.000");
+                          }),
+                 online(plainState).with(kRoom).set(&State::bodyIcon, "green"));
+        row("opened again after online", after(followed(DialogFixture::Wand, nothing)), nullptr,
+            nothing, none);
+
+        // Requests.
+        const auto requested = [](const State &state) { return state.without({"body_name"}); };
+        row("requested", nothing, "standard|1", nothing, requested(wandState));
+        row("requested vimbar", nothing, "vimbar|2", nothing,
+            requested(editable(DialogFixture::SpareProbe, kSpareProbe)));
+        row("requested tt_5dof", nothing, "standard|3", nothing, requested(penState));
+        row("requested with cylinder markers", nothing, "standard|4", nothing,
+            requested(withCylinderMarkers()));
+        row("requested and not calibrated", nothing, "standard|5", nothing,
+            requested(uncalibrated()));
+        const State notThere = requested(none).with(
+            {"body_pos_xyzWidget", "body_ori_xyzWidget", "set_origin_cog_button"});
+        row("requested and not there", nothing, "standard|9", nothing, notThere);
+        row("requested and not there, after a session", after(choosing(DialogFixture::Wand)),
+            "standard|9", nothing, notThere);
+        row("requested vimbar while multi-user stays on", warning, "vimbar|2", nothing,
+            notThere.set(&State::errorText, kMultiUserWarning)
+                .set(&State::bodies, 5)
+                .set(&State::posted, failedMultiUser.posted));
+        row(
+            "opened by the menu after a request",
+            [this] { fixture().quickRequestedSession("Calibration", "standard|1", nullptr); },
+            nullptr, nothing, none);
+
+        // Selections.
+        const QStringList origin = {"set_origin_button"};
+        const QStringList axis = {"set_origin_button", "set_axis_button"};
+        const auto select = [this](int position, const QVector<int> &markers) {
+            return [=] {
+                choose(position);
+                for (const int marker : markers)
+                    fixture().selectMarker(marker);
+            };
+        };
+        plainRow("a marker selected", select(DialogFixture::Wand, {5}),
+                 wandState.with(origin + QStringList{"pushButton_deleteMarker"}));
+        plainRow("a marker of four selected", select(DialogFixture::Plain, {3}),
+                 plainState.with(origin));
+        plainRow("a marker of five selected", select(DialogFixture::SpareProbe, {0}),
+                 editable(DialogFixture::SpareProbe, kSpareProbe)
+                     .with(origin + QStringList{"pushButton_deleteMarker"}));
+        plainRow("two markers selected", select(DialogFixture::Wand, {5, 0}),
+                 wandState.with(axis).set(&State::entries, QStringList{kAddEntry}));
+        plainRow("two joined markers selected", wand([this] { addLine(); }), wandState.with(axis));
+        plainRow("a line selected", wand([this] {
+                     addLine();
+                     canvas()->select(canvas()->body().lines().first());
+                 }),
+                 wandState.set(&State::entries, QStringList{kDeleteEntry}));
+        plainRow("nothing selected any more", wand([this] {
+                     fixture().selectMarker(0);
+                     fixture().selectMarker(1);
+                     canvas()->select(nullptr);
+                 }),
+                 wandState);
+        plainRow(
+            "selected in the body before",
+            [this] {
+                choose(DialogFixture::Wand);
+                fixture().selectMarker(5);
+                choose(DialogFixture::Plain);
+            },
+            plainState);
+        plainRow("two markers with cylinder markers", select(DialogFixture::Tube, {0, 1}),
+                 withCylinderMarkers()
+                     .set(&State::onDisabledTab, axis)
+                     .set(&State::entries, QStringList{kAddEntry}));
+        row("selected at the last closing", after(select(DialogFixture::Wand, {5, 0})), nullptr,
+            nothing, none);
+
+        // Edits and what was done with them.
+        const bsVector tenAlongX(10, 0, 0);
+        const State moved = wandState.with(kUnapplied).set(&State::rows, rowsOf(kWand, tenAlongX));
+        // The table shows what is committed.
+        plainRow("a wheel is turned", wand([this] { startMoving(); }), wandState.with(kUnapplied));
+        plainRow("edited", wand([this] { move(); }), moved);
+        plainRow(
+            "tt_5dof edited",
+            [this] {
+                choose(DialogFixture::Pen);
+                press("set_origin_cog_button");
+            },
+            penState.with(kUnapplied).set(&State::rows, rowsOf(kFour, {32.5, 25, 12.5})));
+        plainRow("undone", wand([this] {
+                     move();
+                     press("undo_button");
+                 }),
+                 wandState.with({"redo_button"}));
+        plainRow("one of two undone", wand([this] {
+                     move();
+                     move();
+                     press("undo_button");
+                 }),
+                 moved.with({"redo_button"}));
+        plainRow("redone", wand([this] {
+                     move();
+                     press("undo_button");
+                     press("redo_button");
+                 }),
+                 moved);
+        plainRow("undone, and a wheel is turned", wand([this] {
+                     move();
+                     press("undo_button");
+                     startMoving();
+                 }),
+                 wandState.with(kUnapplied));
+        plainRow("undone and edited", wand([this] {
+                     move();
+                     press("undo_button");
+                     move();
+                 }),
+                 moved);
+        plainRow("applied", wand([this] {
+                     move();
+                     press("apply_button");
+                 }),
+                 wandState.set(&State::rows, rowsOf(kWand, tenAlongX)));
+        plainRow("applied and undone before", wand([this] {
+                     move();
+                     move();
+                     press("undo_button");
+                     press("apply_button");
+                 }),
+                 wandState.set(&State::rows, rowsOf(kWand, tenAlongX)));
+        plainRow(
+            "changes dropped for another body",
+            [this] {
+                choose(DialogFixture::Wand);
+                move();
+                fixture().answers = {QMessageBox::No};
+                choose(DialogFixture::Plain);
+            },
+            plainState.set(&State::boxes, QStringList{"Apply the changes?"}));
+        row("opened again after dropped changes", after(wand([this] { move(); })), nullptr, nothing,
+            none);
+        row("requested and not there, after dropped changes", after(wand([this] { move(); })),
+            "standard|9", nothing, notThere);
+
+        // Deletion.
+        const QStringList question = {"Delete selected marker?"};
+        const State deleted = wandState.with({"undo_button"})
+                                  .set(&State::rows, rowsOf(kWand.mid(0, 5)))
+                                  .set(&State::boxes, question);
+        plainRow(
+            "deleted", [this] { deleteLastMarkerOfTheWand(); }, deleted);
+        plainRow(
+            "deletion undone",
+            [this] {
+                deleteLastMarkerOfTheWand();
+                press("undo_button");
+            },
+            wandState.with({"redo_button"}).set(&State::boxes, question));
+        plainRow(
+            "deletion redone",
+            [this] {
+                deleteLastMarkerOfTheWand();
+                press("undo_button");
+                press("redo_button");
+            },
+            deleted);
+        plainRow(
+            "another body after a deletion",
+            [this] {
+                deleteLastMarkerOfTheWand();
+                choose(DialogFixture::Plain);
+            },
+            plainState.set(&State::boxes, question));
+
+        // Data view.
+        plainRow("data view", wand([this] { dialog()->toggled_switch_view(); }),
+                 wandState.without({"reset_view_button"}).set(&State::page, 1));
+        plainRow(
+            "data view, nothing chosen", [this] { dialog()->toggled_switch_view(); },
+            none.without({"reset_view_button"}).set(&State::page, 1));
+        plainRow("graphic view again", wand([this] {
+                     dialog()->toggled_switch_view();
+                     dialog()->toggled_switch_view();
+                 }),
+                 wandState);
+    }
+
+    void everyStateShowsAndAllowsWhatIsItsOwn() { checkState(); }
+
+    void eachVersionBringsItsOwnToTheStates_data()
+    {
+        QTest::addColumn<Steps>("prepare");
+        QTest::addColumn<QString>("request");
+        QTest::addColumn<Steps>("work");
+        QTest::addColumn<State>("expected");
+        const auto rows = [this](const char *what, int major, int minor, const Steps &prepare,
+                                 const Steps &work, const State &below, const State &from) {
+            const struct {
+                int minor, patch;
+                const State &expected;
+            } versions[] = {{minor - 1, -1, below}, {minor - 1, 99, below}, {minor, -5, below},
+                            {minor, -1, from},      {minor, 0, from},       {minor + 1, -5, from}};
+            for (const auto &version : versions) {
+                const int minorOfRow = version.minor;
+                const int patch = version.patch;
+                const Steps prepareVersion = [=] {
+                    host().setVersion(major, minorOfRow, patch);
+                    prepare();
+                };
+                QTest::addRow("%s, %d.%d, patch %d", what, major, minorOfRow, patch)
+                    << prepareVersion << QString() << work << version.expected;
+            }
+        };
+        const Steps nothing = [] {};
+        const State wand = editable(DialogFixture::Wand, kWand);
+        const State probe = online(editable(DialogFixture::Probe, kFour));
+        // The one form says that the vimbar is tracked, the other that it is not.
+        rows(
+            "form of the vimbars' lines", 0, 6,
+            [this] { host().parameters["vimbar output_6df"] = "yes"; },
+            [this] {
+                choose(DialogFixture::Probe);
+                goOnline();
+                host().deliver("6df", "6df 1 [0 1.000 0]" + kPlace);
+                host().deliver("6df2", vimbarLine(0, "-1.000"));
+            },
+            probe.set(&State::bodyIcon, "red"), probe.with(kRoom).set(&State::bodyIcon, "green"));
+        rows(
+            "tracking denied", 0, 17, [this] { denyTracking(); },
+            [this] { choose(DialogFixture::Wand); }, wand, wand.without({"online_checkbox"}));
+        rows(
+            "configuration locked", 1, 9, [this] { lock(); }, nothing, nothingChosen(),
+            locked(nothingChosen()));
+        rows(
+            "configuration locked, tt_std", 1, 9, [this] { lock(); },
+            [this] { choose(DialogFixture::Wand); }, wand, locked(wand));
+        const State pen = editable(DialogFixture::Pen, kFour);
+        rows(
+            "tt_5dof", 1, 12, nothing, [this] { choose(DialogFixture::Pen); }, pen,
+            pen.without({"body_pos_xyzWidget", "pushButton_due_to_body"}));
+        rows(
+            "cylinder markers", 1, 12, nothing, [this] { choose(DialogFixture::Tube); },
+            editable(DialogFixture::Tube, kFour), withCylinderMarkers());
+        const State selected = wand.with({"set_origin_button"});
+        rows(
+            "a marker selected", 1, 17, nothing,
+            [this] {
+                choose(DialogFixture::Wand);
+                fixture().selectMarker(5);
+            },
+            selected, selected.with({"pushButton_deleteMarker"}));
+    }
+
+    void eachVersionBringsItsOwnToTheStates() { checkState(); }
+
+    // Between the steps of the opening ------------------------------------------------------------
+
+    void thatTrackingIsNotAvailableIsSaidUntilTheListIsBuilt_data()
+    {
+        QTest::addColumn<int>("minor");
+        QTest::addColumn<QString>("word");
+        QTest::addColumn<bool>("multiUserStaysOn");
+        QTest::addColumn<bool>("said");
+        QTest::newRow("not available") << 17 << "no" << false << true;
+        QTest::newRow("not available, and multi-user stays on") << 17 << "no" << true << true;
+        QTest::newRow("available") << 17 << "yes" << false << false;
+        QTest::newRow("available, and multi-user stays on") << 17 << "yes" << true << false;
+        QTest::newRow("older backend") << 16 << "no" << false << false;
+    }
+
+    void thatTrackingIsNotAvailableIsSaidUntilTheListIsBuilt()
+    {
+        QFETCH(int, minor);
+        QFETCH(QString, word);
+        QFETCH(bool, multiUserStaysOn);
+        QFETCH(bool, said);
+        host().setVersion(0, minor);
+        host().parameters["tracking available"] = word;
+        if (multiUserStaysOn)
+            keepMultiUserOn();
+        int asked = 0;
+        QStringList seen;
+        host().hook = [&](const FakeHost::Exchange &exchange) -> std::optional<FakeHost::Answer> {
+            if (exchange.line == "get body number_of_bodies standard" && ++asked % 2 == 1) {
+                seen = QStringList{errorLabel(), nameOfStatusIcon(),
+                                   fixture().child<QLabel>("loadBody")->text(),
+                                   fixture().isEnabled("reset_view_button") ? "view" : "no view"};
+            }
+            return std::nullopt;
+        };
+        // Of the session before, everything that is shown can still be there.
+        for (const bool first : {true, false}) {
+            seen.clear();
+            fixture().quickSession([&] {
+                const QString end = multiUserStaysOn ? kMultiUserWarning : "hidden";
+                QCOMPARE(errorLabel(), end);
+                choose(DialogFixture::Raw);
+                QCOMPARE(errorLabel(), end);
+                QCOMPARE(nameOfStatusIcon(), QStringLiteral("grey"));
+            });
+            if (said) {
+                // The caption and the icon are left for the list.
+                QCOMPARE(seen, (QStringList{kTrackingNotAvailable, first ? "none" : "grey",
+                                            first ? "Bod&y" : kNotCalibrated, "no view"}));
+            } else {
+                QCOMPARE(seen, (QStringList{"hidden", "none", "Bod&y", "view"}));
+            }
+        }
+    }
 
     // Requests ------------------------------------------------------------------------------------
 
