@@ -313,24 +313,31 @@ private:
     {
         host().setVersion(version.major, version.minor, version.patch);
     }
-    /// All versions, each with a controller that tracks and with one that says it does not.
+    /// All versions, each with a controller that tracks, with one that says it does not, and with
+    /// one that says so while someone else measures.
     static void everyBackendIsLeft_data()
     {
         QTest::addColumn<Version>("version");
         QTest::addColumn<bool>("tracks");
+        QTest::addColumn<bool>("measuring");
         for (const Version &version : versions()) {
-            QTest::newRow(version.name()) << version << true;
-            QTest::newRow(version.name() + ", no tracking") << version << false;
+            QTest::newRow(version.name()) << version << true << false;
+            QTest::newRow(version.name() + ", no tracking") << version << false << false;
+            QTest::newRow(version.name() + ", no tracking, measuring") << version << false << true;
         }
     }
-    /// Prepares a busy controller of that version.
+    /// Prepares a busy controller as the data row says.
     /// @return what is exchanged with it: a backend that is too old for the question always tracks
-    Controller askedOf(const Version &version, bool tracks)
+    Controller prepareBackend()
     {
+        QFETCH(Version, version);
+        QFETCH(bool, tracks);
+        QFETCH(bool, measuring);
         Controller c = busyController(version.knowledge);
         c.canTrack = tracks || !c.knows(TrackingWord);
         prepare(c);
         host().parameters["tracking available"] = tracks ? "yes" : "no";
+        host().parameters["status active"] = measuring ? "mea" : "idle";
         setVersion(version);
         return c;
     }
@@ -732,9 +739,7 @@ private slots:
 
     void everyBackendIsLeftByHiding()
     {
-        QFETCH(Version, version);
-        QFETCH(bool, tracks);
-        const Controller c = askedOf(version, tracks);
+        const Controller c = prepareBackend();
         for (const bool chosen : {false, true}) {
             fixture().quickSession([&] {
                 QCOMPARE(journal(), openedAndShown(c));
@@ -889,9 +894,7 @@ private slots:
     /// With nothing changed, with a change, and with one that was applied already.
     void okWritesWhatIsNotAppliedAndCloses()
     {
-        QFETCH(Version, version);
-        QFETCH(bool, tracks);
-        const Controller c = askedOf(version, tracks);
+        const Controller c = prepareBackend();
         const QString written = transform("vimbar b02", "0.000 12.350 0.000");
         for (const auto &change : {qMakePair(false, false), {true, false}, {true, true}}) {
             const bool edited = change.first;
