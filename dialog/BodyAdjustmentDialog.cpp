@@ -897,7 +897,7 @@ bool BodyAdjustmentDialog::canDeleteMarkers() const
     // A body that must not be edited keeps its markers, also from the keyboard; so does one of
     // which the controller may hold other markers than those shown: their numbers would differ.
     return m_form->tab->isEnabled() && m_shownIsHeld && versionAtLeast(m_versions, 1, 17) &&
-           m_chosen.isValid() && count > kFewestMarkers && marker >= 0 && marker < count;
+           m_chosen.isSame(m_inCanvas) && count > kFewestMarkers && marker >= 0 && marker < count;
 }
 
 bool BodyAdjustmentDialog::canUndoDeletion() const
@@ -1160,8 +1160,6 @@ void BodyAdjustmentDialog::deleteMarker(int marker)
 /// follows fail, the numbers of the markers are still those of the controller.
 void BodyAdjustmentDialog::adoptDeletion(int marker)
 {
-    if (!m_chosen.isSame(m_inCanvas) || marker >= m_loaded.positions.size())
-        return;
     m_loaded.positions.removeAt(marker);
     if (marker < m_loaded.emissions.size())
         m_loaded.emissions.removeAt(marker);

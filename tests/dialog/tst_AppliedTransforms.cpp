@@ -65,6 +65,25 @@ private slots:
         QVERIFY(!differs(applied.discardTransform(1), bsMatrix::identity()));
     }
 
+    void whatIsNoBodyIsNotKept()
+    {
+        RandomTransforms random(testSeed());
+        AppliedTransforms applied;
+        applied.reset(2);
+        applied.add(0, 1, toMatrix(random.next()), true);
+        applied.add(1, -1, toMatrix(random.next()), true);
+        QVERIFY(!applied.hasChanges());
+        QCOMPARE(applied.listSize(), 2);
+        for (const int number : {-1, 0, 1, 2, 3}) {
+            QVERIFY(!differs(applied.discardTransform(number), bsMatrix::identity()));
+            QVERIFY(!differs(applied.correctionAfterDiscard(number, 0), bsMatrix::identity()));
+        }
+        // A body that was not written needs no correction, whatever its number shares.
+        applied.add(1, 0, toMatrix(random.next()), true);
+        QVERIFY(differs(applied.discardTransform(1), bsMatrix::identity()));
+        QVERIFY(!differs(applied.correctionAfterDiscard(1, 1), bsMatrix::identity()));
+    }
+
     void discardIsTheInverseOfTheProductInTheOrderOfWriting()
     {
         RandomTransforms random(testSeed());

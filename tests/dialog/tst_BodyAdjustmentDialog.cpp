@@ -3,6 +3,7 @@
 #include <dialog/BodyAdjustmentDialog.h>
 #include <model/abcBody.h>
 #include <tests/support/TestMain.h>
+#include <model/abcMarker.h>
 #include <view/GLCanvas.h>
 #include <widgets/xyzWidget.h>
 
@@ -623,6 +624,66 @@ private slots:
             QTRY_COMPARE(fixture().canvas()->body().markerCount(), 4);
             QCOMPARE(fixture().host.transcript.count("get body number_of_marker standard b02"), 1);
             QTest::keyClick(list->view(), Qt::Key_Escape);
+        });
+    }
+
+    void withoutAParentItOpensAllTheSame()
+    {
+        BodyAdjustmentDialog alone(&fixture().host, nullptr, &fixture().host.versions);
+        QTimer::singleShot(0, &alone, [&alone] { alone.reject(); });
+        QCOMPARE(alone.update_and_exec(), int(QDialog::Rejected));
+        QVERIFY(alone.windowIcon().isNull());
+    }
+
+    void aBodyCanBeLoadedWithoutAskingForTheChanges()
+    {
+        fixture().session([&] {
+            fixture().choose(DialogFixture::Wand);
+            fixture().typeValue("body_pos_xyzWidget", 0, "10\r");
+            fixture().host.clearRecords();
+            fixture().dialog->update_current_body(DialogFixture::Plain, false);
+            QVERIFY(fixture().boxes.isEmpty());
+            QCOMPARE(fixture().canvas()->body().markerCount(), 4);
+            QCOMPARE(fixture().canvas()->body().undoCount(), 0);
+            QCOMPARE(fixture().host.transcript, markerRead("standard b02", 4));
+        });
+    }
+
+    void afterAnApplyWithoutAPlaceInTheListTheChosenBodyIsRead()
+    {
+        fixture().session([&] {
+            fixture().choose(DialogFixture::Plain);
+            fixture().host.clearRecords();
+            fixture().dialog->update_after_apply(-1);
+            QCOMPARE(fixture().host.transcript, markerRead("standard b02", 4));
+            QCOMPARE(fixture().canvas()->body().markerCount(), 4);
+        });
+    }
+
+    void anEntryThatCannotBeReadChoosesNoBodyAndTheLastOneCanBeChosenAgain()
+    {
+        fixture().session([&] {
+            auto *list = fixture().child<QComboBox>("body_name");
+            auto *caption = fixture().child<QLabel>("loadBody");
+            fixture().choose(DialogFixture::Wand);
+            fixture().host.clearRecords();
+            list->setItemData(DialogFixture::Plain, QStringLiteral("standard"));
+            fixture().choose(DialogFixture::Plain);
+            QCOMPARE(fixture().host.transcript, QStringList());
+            QCOMPARE(fixture().canvas()->body().markerCount(), 6);
+            // What it is called in another language is still no body.
+            QEvent languageChange(QEvent::LanguageChange);
+            QCoreApplication::sendEvent(fixture().dialog.get(), &languageChange);
+            QCOMPARE(caption->text(), QStringLiteral("Bod&y"));
+            // Nothing can be deleted of a body that is not chosen.
+            fixture().canvas()->select(fixture().canvas()->body().markers().at(0));
+            QVERIFY(!fixture().isEnabled("pushButton_deleteMarker"));
+
+            fixture().choose(DialogFixture::Wand);
+            QCOMPARE(fixture().host.transcript.first(),
+                     QStringLiteral("get body number_of_marker standard b01"));
+            fixture().canvas()->select(fixture().canvas()->body().markers().at(0));
+            QVERIFY(fixture().isEnabled("pushButton_deleteMarker"));
         });
     }
 

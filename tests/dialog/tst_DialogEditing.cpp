@@ -788,6 +788,21 @@ private slots:
         });
     }
 
+    void aVimbarWhoseIdIsAnothersIsTrackedButNotFollowed()
+    {
+        fixture().session([&] {
+            fixture().choose(DialogFixture::SpareProbe);
+            fixture().child<QCheckBox>("online_checkbox")->click();
+            const QByteArray rest = "[1 2 3][0.0 1.0 0.0 -1.0 0.0 0.0 0.0 0.0 1.0][0 0]";
+            for (const QByteArray &id : {QByteArray("4"), QByteArray("1")}) {
+                host().deliver("6df2",
+                               "6df2 4 2 [2 1.0 4 2]" + rest + " [" + id + " 1.0 4 2]" + rest);
+                fixture().dialog->update_track();
+                QCOMPARE(fixture().canvas()->isTracked(), id == "1");
+            }
+        });
+    }
+
     void linesTellWhetherTheChosenBodyIsTracked_data()
     {
         QTest::addColumn<QByteArray>("line");
@@ -892,6 +907,7 @@ private slots:
                 ->setItemData(DialogFixture::Plain, QStringLiteral("target|2|calibrated|tt_std"));
             // The first box is looked at, and with its answer the view goes offline.
             fixture().answerTo = [this](const SeenBox &) {
+                fixture().dialog->update_track();
                 auto *online = fixture().child<QCheckBox>("online_checkbox");
                 if (online->isChecked())
                     QTimer::singleShot(0, online, &QCheckBox::click);

@@ -525,6 +525,25 @@ private slots:
         });
     }
 
+    void aMessageOutlastsAChangeOfTheLanguage()
+    {
+        LongerTexts translator;
+        // All distances are equal.
+        fixture().host.addBody("standard", 2, "", true, "tt_std",
+                               {{40, 40, 40}, {40, -40, -40}, {-40, 40, -40}, {-40, -40, 40}});
+        fixture().session([&] {
+            fixture().choose(DialogFixture::Plain);
+            dialog()->on_pushButton_due_to_body_clicked();
+            auto *error = fixture().child<QLabel>("error_label");
+            const QString told = error->text();
+            QVERIFY(!told.isEmpty());
+            const InstalledTranslator installed(&translator);
+            settle();
+            QCOMPARE(error->text(), told);
+            QVERIFY(error->isVisible());
+        });
+    }
+
     // Sizes
 
     void columnsAreAligned_data()

@@ -739,6 +739,57 @@ private slots:
         });
     }
 
+    void openingItOnceMoreWhileItIsOpenChangesNothing()
+    {
+        fixture().session([&] {
+            fixture().choose(DialogFixture::Wand);
+            fixture().typeValue("body_pos_xyzWidget", 0, "10\r");
+            host().clearRecords();
+            QCOMPARE(dialog()->update_and_exec(), int(QDialog::Rejected));
+            QVERIFY(dialog()->isVisible());
+            QCOMPARE(host().transcript, QStringList());
+            QCOMPARE(canvas()->body().undoCount(), 1);
+            QCOMPARE(list()->currentIndex(), int(DialogFixture::Wand));
+        });
+    }
+
+    void whileItAsksWhetherToDiscardItDoesNotAskAgain()
+    {
+        fixture().session([&] {
+            fixture().choose(DialogFixture::Wand);
+            fixture().typeValue("body_pos_xyzWidget", 0, "10\r");
+            fixture().answerTo = [this](const SeenBox &) {
+                dialog()->reject();
+                return QMessageBox::No;
+            };
+            dialog()->reject();
+            fixture().answerTo = nullptr;
+            QCOMPARE(fixture().boxes.size(), 1);
+            QVERIFY(dialog()->isVisible());
+            QCOMPARE(canvas()->body().undoCount(), 1);
+        });
+    }
+
+    void theHostMayEndWhileTheBodyIsReadAgainAfterAnApply()
+    {
+        fixture().session([&] {
+            fixture().choose(DialogFixture::Wand);
+            fixture().typeValue("body_pos_xyzWidget", 0, "10\r");
+            host().parameters["body number_of_marker standard b01"] = "1";
+            fixture().answerTo = [this](const SeenBox &box) {
+                if (box.title == QLatin1String("Error loading body"))
+                    fixture().dialog.reset();
+                return QMessageBox::Ok;
+            };
+            fixture().click("apply_button");
+            fixture().answerTo = nullptr;
+            QVERIFY(!fixture().dialog);
+            QCOMPARE(fixture().boxes.size(), 1);
+        });
+        QCOMPARE(host().transcript.filter("quorel2 body transform").size(), 1);
+        QVERIFY(host().requesters.isEmpty());
+    }
+
     void aRequestOfNobodyIsNotAnswered()
     {
         fixture().session([&] {

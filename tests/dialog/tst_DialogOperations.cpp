@@ -601,6 +601,33 @@ private slots:
         });
     }
 
+    void withoutABodyThePresetsSayThatNoneIsShown()
+    {
+        fixture().session([&] {
+            auto *error = fixture().child<QLabel>("error_label");
+            for (const auto preset : {&BodyAdjustmentDialog::on_pushButton_due_to_body_clicked,
+                                      &BodyAdjustmentDialog::on_pushButton_due_to_room_clicked,
+                                      &BodyAdjustmentDialog::on_pushButton_due_to_room_0_clicked}) {
+                error->clear();
+                (fixture().dialog.get()->*preset)();
+                QCOMPARE(error->text(), QStringLiteral("No body is shown."));
+                QVERIFY(!fixture().isEnabled("apply_button"));
+            }
+        });
+    }
+
+    void offlineTheRoomIsTheStoredFrameAndNobodyIsWarned()
+    {
+        fixture().session([&] {
+            fixture().choose(DialogFixture::Wand);
+            fixture().dialog->on_pushButton_due_to_room_clicked();
+            QCOMPARE(body().undoCount(), 1);
+            QVERIFY(!fixture().child<QLabel>("error_label")->isVisible());
+            fixture().dialog->on_adjust_axes_to_room_button_clicked();
+            QCOMPARE(body().undoCount(), 1);
+        });
+    }
+
     void aRoomPresetWithoutAnOriginChangesNothingAndSaysSo()
     {
         // All distances are equal.
