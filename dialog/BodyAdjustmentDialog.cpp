@@ -48,9 +48,9 @@ constexpr double kFullTurnDeg = 360.0;
 /// Left Shift, right Shift and Num Lock together, as Windows reports them.
 constexpr quint32 kBodyNameFocusModifiers = 0x211;
 
-constexpr QLatin1String kStandardTarget("tt_std");
-constexpr QLatin1String kFiveDofTarget("tt_5dof");
-constexpr QLatin1String kCylinderSuffix("_cyl");
+const QLatin1String kStandardTarget("tt_std");
+const QLatin1String kFiveDofTarget("tt_5dof");
+const QLatin1String kCylinderSuffix("_cyl");
 
 /// True if sending the transform would change a number on the controller at the precision with
 /// which transforms are printed.
@@ -408,6 +408,8 @@ int BodyAdjustmentDialog::update_and_exec()
     return result;
 }
 
+// The signature by which other code finds the slot.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void BodyAdjustmentDialog::onReceiveOpenBodyAdjustmentDialog(QString src, QString msg)
 {
     // Sent before the host detached the module.

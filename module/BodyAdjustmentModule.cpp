@@ -56,7 +56,7 @@ BodyAdjustmentModule::~BodyAdjustmentModule()
     // A host may unload the module without cleanup(); no window may outlive its code. Without an
     // application there are no windows any more.
     if (QCoreApplication::instance())
-        cleanup();
+        BodyAdjustmentModule::cleanup();
 }
 
 BodyAdjustmentDialog *BodyAdjustmentModule::dialog() const

@@ -220,9 +220,9 @@ bool Host::greetController()
             parseBackendVersion(text, &m_versions);
         else if (status == ExchangeStatus::Refused)
             m_versions = unknownBackendVersion();
-        else if (status == ExchangeStatus::UnexpectedReply)
-            m_asksVersion = false; // it costs the connection, and would cost the next one too
-        else if (status == ExchangeStatus::TimedOut && ++m_versionTimeOuts == kMostTimeOuts)
+        // An unexpected reply costs the connection, and would cost the next one too.
+        if (status == ExchangeStatus::UnexpectedReply ||
+            (status == ExchangeStatus::TimedOut && ++m_versionTimeOuts == kMostTimeOuts))
             m_asksVersion = false;
     }
     m_window->setBackendVersion(backendVersionText(m_versions));
