@@ -1,0 +1,48 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+/// Measures several works side by side: every round times each of them once, in turning order, so
+/// that whatever else the machine does in between meets them all.
+class Comparison {
+public:
+    struct Work {
+        std::string name;
+        std::function<void()> run;
+        /// Before each sample, not timed. May be empty; a short work without it is repeated within
+        /// a sample until the clock is fine enough for it.
+        std::function<void()> prepare;
+    };
+
+    /// @return the number by which results are asked for, counted from 0
+    int add(Work work);
+    /// Warms up, then measures.
+    void measure(int rounds);
+
+    const std::string &name(int work) const { return m_works.at(work).name; }
+    /// Of one run; the 95th percentile of a short work is that of its samples.
+    double medianUs(int work) const;
+    double percentile95Us(int work) const;
+    /// Median over the rounds of one work's time against another's in the same round.
+    double ratio(int work, int reference) const;
+
+    /// One line for each work: its ratio to @p reference, and its times.
+    void print(const char *title, int reference) const;
+
+private:
+    double sampleUs(int work) const;
+    void warmUp(int work);
+
+    std::vector<Work> m_works;
+    std::vector<int> m_repetitions;
+    std::vector<std::vector<double>> m_samplesUs; ///< by work, then by round
+};
+
+/// Numbers and texts as everywhere in these programs: the C locale, whatever the environment says.
+/// To be called when the application object is there, which sets the locale.
+void useCLocale();
+
+/// Ends the program if what is measured does not do what it should.
+void require(bool condition, const char *what);
