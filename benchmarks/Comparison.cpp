@@ -101,7 +101,7 @@ void Comparison::print(const char *title, int reference) const
 {
     std::printf("\n%-44s %9s %12s %12s\n", title, "ratio", "median us", "95 % us");
     for (int work = 0; work < static_cast<int>(m_works.size()); ++work) {
-        std::printf("%-44s %9.2f %12.2f %12.2f\n", name(work).c_str(), ratio(work, reference),
+        std::printf("%-44s %9.3f %12.2f %12.2f\n", name(work).c_str(), ratio(work, reference),
                     medianUs(work), percentile95Us(work));
     }
     std::fflush(stdout);
