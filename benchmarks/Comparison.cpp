@@ -33,11 +33,9 @@ double percentile(std::vector<double> values, double part)
 
 } // namespace
 
-int Comparison::add(Work work)
+int Comparison::add(std::string name, std::function<void()> run, std::function<void()> prepare)
 {
-    m_works.push_back(std::move(work));
-    m_repetitions.push_back(1);
-    m_samplesUs.emplace_back();
+    m_works.push_back({std::move(name), std::move(run), std::move(prepare)});
     return static_cast<int>(m_works.size()) - 1;
 }
 
@@ -46,11 +44,10 @@ double Comparison::sampleUs(int work) const
     const Work &measured = m_works.at(work);
     if (measured.prepare)
         measured.prepare();
-    const int repetitions = m_repetitions.at(work);
     const auto start = Clock::now();
-    for (int i = 0; i < repetitions; ++i)
+    for (int i = 0; i < measured.repetitions; ++i)
         measured.run();
-    return microsecondsSince(start) / repetitions;
+    return microsecondsSince(start) / measured.repetitions;
 }
 
 void Comparison::warmUp(int work)
@@ -58,7 +55,7 @@ void Comparison::warmUp(int work)
     const auto start = Clock::now();
     for (int i = 0; i < kWarmUpSamples || microsecondsSince(start) < kWarmUpUs; ++i) {
         const double us = sampleUs(work);
-        int &repetitions = m_repetitions.at(work);
+        int &repetitions = m_works.at(work).repetitions;
         if (!m_works.at(work).prepare && us * repetitions < kShortestSampleUs)
             repetitions *= 2;
     }
@@ -72,25 +69,25 @@ void Comparison::measure(int rounds)
     for (int round = 0; round < rounds; ++round) {
         for (int i = 0; i < count; ++i) {
             const int work = (round + i) % count;
-            m_samplesUs.at(work).push_back(sampleUs(work));
+            m_works.at(work).samplesUs.push_back(sampleUs(work));
         }
     }
 }
 
 double Comparison::medianUs(int work) const
 {
-    return percentile(m_samplesUs.at(work), 0.5);
+    return percentile(m_works.at(work).samplesUs, 0.5);
 }
 
 double Comparison::percentile95Us(int work) const
 {
-    return percentile(m_samplesUs.at(work), 0.95);
+    return percentile(m_works.at(work).samplesUs, 0.95);
 }
 
 double Comparison::ratio(int work, int reference) const
 {
-    const std::vector<double> &samples = m_samplesUs.at(work);
-    const std::vector<double> &references = m_samplesUs.at(reference);
+    const std::vector<double> &samples = m_works.at(work).samplesUs;
+    const std::vector<double> &references = m_works.at(reference).samplesUs;
     std::vector<double> ratios;
     for (std::size_t round = 0; round < samples.size(); ++round)
         ratios.push_back(samples[round] / references[round]);
@@ -112,10 +109,10 @@ void useCLocale()
     std::setlocale(LC_ALL, "C");
 }
 
-void require(bool condition, const char *what)
+void giveUp(const char *why)
 {
-    if (condition)
-        return;
-    std::fprintf(stderr, "Nothing can be measured: %s.\n", what);
-    std::exit(1);
+    std::fprintf(stderr, "Nothing can be measured: %s.\n", why);
+    std::fflush(nullptr);
+    // Other threads may be at work with what an orderly end would take from them.
+    std::_Exit(1);
 }

@@ -8,16 +8,10 @@
 /// that whatever else the machine does in between meets them all.
 class Comparison {
 public:
-    struct Work {
-        std::string name;
-        std::function<void()> run;
-        /// Before each sample, not timed. May be empty; a short work without it is repeated within
-        /// a sample until the clock is fine enough for it.
-        std::function<void()> prepare;
-    };
-
+    /// @param prepare  is done before each sample and not timed. Without it, a work that is too
+    ///                 short for the clock is repeated within a sample.
     /// @return the number by which results are asked for, counted from 0
-    int add(Work work);
+    int add(std::string name, std::function<void()> run, std::function<void()> prepare = {});
     /// Warms up, then measures.
     void measure(int rounds);
 
@@ -32,17 +26,30 @@ public:
     void print(const char *title, int reference) const;
 
 private:
+    struct Work {
+        std::string name;
+        std::function<void()> run;
+        std::function<void()> prepare;
+        int repetitions = 1;                ///< within a sample
+        std::vector<double> samplesUs = {}; ///< of each round
+    };
+
     double sampleUs(int work) const;
     void warmUp(int work);
 
     std::vector<Work> m_works;
-    std::vector<int> m_repetitions;
-    std::vector<std::vector<double>> m_samplesUs; ///< by work, then by round
 };
 
 /// Numbers and texts as everywhere in these programs: the C locale, whatever the environment says.
 /// To be called when the application object is there, which sets the locale.
 void useCLocale();
 
-/// Ends the program if what is measured does not do what it should.
-void require(bool condition, const char *what);
+/// Says on the error stream why nothing can be measured, and ends the program.
+[[noreturn]] void giveUp(const char *why);
+
+/// Gives up if what is measured does not do what it should.
+inline void require(bool condition, const char *otherwise)
+{
+    if (!condition)
+        giveUp(otherwise);
+}

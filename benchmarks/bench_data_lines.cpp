@@ -130,15 +130,14 @@ void measureKind(const LineKind &kind)
     for (const int bodyCount : {1, 20, 70}) {
         const Lines lines = linesOf(kind, bodyCount);
         rows.push_back({bodyCount, lines.first().size(),
-                        comparison.add({word + ", bodies: " + std::to_string(bodyCount),
-                                        reading(kind, lines, bodyCount, true),
-                                        {}})});
+                        comparison.add(word + ", bodies: " + std::to_string(bodyCount),
+                                       reading(kind, lines, bodyCount, true))});
     }
     const Row full = rows.back();
     const Lines lines = linesOf(kind, full.bodyCount);
-    const int parsed = comparison.add({"parsed only", parsing(kind, lines, full.bodyCount), {}});
+    const int parsed = comparison.add("parsed only", parsing(kind, lines, full.bodyCount));
     const auto addMalformed = [&](const char *name, const Lines &malformed) {
-        return comparison.add({name, reading(kind, malformed, full.bodyCount, false), {}});
+        return comparison.add(name, reading(kind, malformed, full.bodyCount, false));
     };
     const int cut = addMalformed("cut in the last block", cutInLastBlock(lines));
     const int huge = addMalformed("a count far too high", withHugeCount(lines));

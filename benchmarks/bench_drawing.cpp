@@ -103,12 +103,13 @@ void measureFrames(GLCanvas &canvas)
     };
     Comparison comparison;
     const auto add = [&](const std::string &name, int markerCount, int extras) {
-        return comparison.add({name, [&canvas] { drawFrame(canvas); },
-                               [&canvas, markerCount, extras] {
-                                   show(canvas, markerCount, extras);
-                                   drawFrame(canvas);
-                                   settle(canvas);
-                               }});
+        return comparison.add(
+            name, [&canvas] { drawFrame(canvas); },
+            [&canvas, markerCount, extras] {
+                show(canvas, markerCount, extras);
+                drawFrame(canvas);
+                settle(canvas);
+            });
     };
     const int empty = add("no body", 0, Nothing);
     int fullest = empty;
@@ -139,12 +140,13 @@ void measurePicking(GLCanvas &canvas)
 
         Comparison comparison;
         const auto settled = [&canvas] { settle(canvas); };
-        const int frame = comparison.add({"a frame", [&canvas] { drawFrame(canvas); }, settled});
-        comparison.add({"a pick of a marker",
-                        [&] { require(canvas.pick(onMarker) == expected, "a pick missed"); },
-                        settled});
+        const int frame = comparison.add(
+            "a frame", [&canvas] { drawFrame(canvas); }, settled);
         comparison.add(
-            {"a pick of nothing", [&] { require(!canvas.pick(beside), "a pick hit"); }, settled});
+            "a pick of a marker",
+            [&] { require(canvas.pick(onMarker) == expected, "a pick missed"); }, settled);
+        comparison.add(
+            "a pick of nothing", [&] { require(!canvas.pick(beside), "a pick hit"); }, settled);
         comparison.measure(kEventRounds);
         comparison.print((std::to_string(markerCount) + " markers").c_str(), frame);
     }
@@ -192,9 +194,9 @@ void measureDrag(GLCanvas &canvas, const char *title)
 
     Comparison comparison;
     const int frame = comparison.add(
-        {"a frame", [&canvas] { drawFrame(canvas); }, [&canvas] { settle(canvas); }});
-    comparison.add({"a move of the mouse, what it does at once", move, beginDrag});
-    comparison.add({"a move of the mouse until it is drawn", moveAndDraw, beginDrag});
+        "a frame", [&canvas] { drawFrame(canvas); }, [&canvas] { settle(canvas); });
+    comparison.add("a move of the mouse, what it does at once", move, beginDrag);
+    comparison.add("a move of the mouse until it is drawn", moveAndDraw, beginDrag);
     comparison.measure(kEventRounds);
     comparison.print(title, frame);
     std::printf("  of %d markers, %d x %d pixels\n", canvas.body().markerCount(), canvas.width(),

@@ -152,15 +152,12 @@ void measureExchange(ControllerLink &link)
     const PingPong pingPong(exchange.request.size() + 1, exchange.reply.size() + 1);
 
     Comparison comparison;
-    const int bare = comparison.add({"bare ping-pong", [&] { pingPong.exchange(); }, {}});
-    comparison.add({"the host's connection",
-                    [&] {
-                        require(link.connection()->exchange(exchange.request).status ==
-                                    ExchangeStatus::Done,
-                                "an exchange failed");
-                    },
-                    {}});
-    comparison.add({"the module, through the command service", readMarker, {}});
+    const int bare = comparison.add("bare ping-pong", [&] { pingPong.exchange(); });
+    comparison.add("the host's connection", [&] {
+        require(link.connection()->exchange(exchange.request).status == ExchangeStatus::Done,
+                "an exchange failed");
+    });
+    comparison.add("the module, through the command service", readMarker);
     comparison.measure(10 * kRounds);
     std::printf("\n%d bytes there, %d back:", exchange.request.size() + 1,
                 exchange.reply.size() + 1);
@@ -186,19 +183,16 @@ void measureActions(ControllerLink &link, BodyAdjustmentDialog &dialog)
     };
     std::vector<Row> rows;
     Comparison comparison;
-    const int one = comparison.add(
-        {"one exchange",
-         [&] {
-             require(channel.readMarkerCount(QStringLiteral("standard"), 1).has_value(),
-                     "an exchange failed");
-         },
-         {}});
+    const int one = comparison.add("one exchange", [&] {
+        require(channel.readMarkerCount(QStringLiteral("standard"), 1).has_value(),
+                "an exchange failed");
+    });
     rows.push_back({one, 1});
     const auto add = [&](const char *name, const std::function<void()> &action,
                          const std::function<void()> &prepare) {
         prepare();
         const int exchanges = actions.count(action);
-        rows.push_back({comparison.add({name, action, prepare}), exchanges});
+        rows.push_back({comparison.add(name, action, prepare), exchanges});
     };
     add("choosing a body of 4 markers", chooseFour, chooseTwenty);
     add("choosing a body of 20 markers", chooseTwenty, chooseFour);
