@@ -167,10 +167,13 @@ void abcBody::addLine(abcLine *line)
         m_lines.append(line);
 }
 
-void abcBody::removeLine(abcLine *line)
+void abcBody::removeLine(const abcLine *line)
 {
-    if (m_lines.removeOne(line))
-        delete line;
+    const auto found = std::find(m_lines.begin(), m_lines.end(), line);
+    if (found == m_lines.end())
+        return;
+    m_lines.erase(found);
+    delete line;
 }
 
 bool abcBody::saveCurrentBody()

@@ -89,11 +89,12 @@ public:
 
     /// True if a line joins the two markers in either order.
     bool hasLine(const abcMarker *a, const abcMarker *b) const;
-    /// Takes ownership of @p line. A line that the body already holds is not added again.
+    /// Takes ownership of @p line. A line that the body already holds is not added again,
+    /// and no null.
     void addLine(abcLine *line);
     /// Removes the first occurrence and deletes it; the others keep their order. No selection may
     /// refer to the line any more.
-    void removeLine(abcLine *line);
+    void removeLine(const abcLine *line);
 
     /// Folds the pending pose into the base matrix and records the previous one for undo. The
     /// base matrix stays a rotation with a translation, whatever was pending.

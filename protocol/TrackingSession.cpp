@@ -77,8 +77,6 @@ void TrackingSession::restoreMultiUser()
 void TrackingSession::restoreReference()
 {
     // The text stays saved: the next opening replaces it, unless it cannot read a new one.
-    if (m_savedReference.isEmpty() || m_savedReference == kNoReference)
-        return;
     if (m_savedReference.split(QLatin1Char(' '), Qt::KeepEmptyParts).size() != 2)
         return;
     if (!m_channel->setReference(m_savedReference))

@@ -421,12 +421,9 @@ void GLCanvas::deleteLine()
 {
     if (!isOneLineSelected())
         return;
-    const abcObject *selected = m_selection.first();
-    const QList<abcLine *> &lines = m_body.lines();
-    const auto found = std::find(lines.begin(), lines.end(), selected);
+    const auto *line = static_cast<const abcLine *>(m_selection.first());
     m_selection.clear();
-    if (found != lines.end())
-        m_body.removeLine(*found);
+    m_body.removeLine(line);
     emit canDeleteLine(false);
     update();
 }
@@ -464,7 +461,8 @@ bool GLCanvas::isMarkerSelectedFirst() const
 
 bool GLCanvas::areTwoMarkersSelected() const
 {
-    return m_selection.size() == 2 && isMarker(m_selection.first()) && isMarker(m_selection.last());
+    // Nothing but two markers is ever selected together.
+    return m_selection.size() == 2;
 }
 
 bool GLCanvas::canJoinSelectedMarkers() const
@@ -655,7 +653,7 @@ void GLCanvas::drawSelection() const
     for (int i = 0; i < m_selection.size(); ++i) {
         if (i == 0)
             glColor3ub(255, 255, 255);
-        else if (i == 1)
+        else
             glColor3ub(128, 128, 128);
         m_selection[i]->highlight(painter, m_body.options.smallMarkers);
     }
@@ -709,7 +707,7 @@ bool GLCanvas::beginPick(const QPoint &point) const
     glLoadIdentity();
     std::array<GLint, 4> viewport{};
     glGetIntegerv(GL_VIEWPORT, viewport.data());
-    const int height = std::max(viewport[3], 1);
+    const int height = viewport[3];
 
     // Events come in widget pixels, the viewport is in device pixels; the ratio changes when the
     // window moves to another screen.
@@ -725,7 +723,7 @@ bool GLCanvas::beginPick(const QPoint &point) const
     multiplyViewTransform();
     multiplyRoomMatrix();
     translateCogToPivot();
-    return viewport[2] > 0 && viewport[3] > 0;
+    return viewport[2] > 0;
 }
 
 void GLCanvas::drawWithNames() const
@@ -760,9 +758,7 @@ const abcObject *GLCanvas::objectOf(quint32 kind, quint32 index) const
 {
     if (kind == abcObject::MarkerType)
         return m_body.markers().value(static_cast<int>(index), nullptr);
-    if (kind == abcObject::LineType)
-        return m_body.lines().value(static_cast<int>(index), nullptr);
-    return nullptr;
+    return m_body.lines().value(static_cast<int>(index), nullptr);
 }
 
 // Mouse
@@ -841,23 +837,16 @@ void GLCanvas::mouseMoveEvent(QMouseEvent *event)
 {
     const QPoint position = event->pos();
     const QPoint moved = position - m_lastMousePosition;
-    if (!m_suspended && m_body.isLoaded() && m_dragMode != NoDrag) {
-        switch (m_dragMode) {
-        case PanDrag:
-            translateView(moved.x(), -moved.y(), 0.0);
-            break;
-        case ZoomDrag:
-            translateView(0.0, 0.0, moved.y());
-            break;
-        case RotateDrag:
-            rotateView(moved.y(), moved.x(), 0.0);
-            break;
-        case NoDrag:
-            break;
-        }
-        emit storeViewRequest();
-    }
     m_lastMousePosition = position;
+    if (m_suspended || !m_body.isLoaded() || m_dragMode == NoDrag)
+        return;
+    if (m_dragMode == PanDrag)
+        translateView(moved.x(), -moved.y(), 0.0);
+    else if (m_dragMode == ZoomDrag)
+        translateView(0.0, 0.0, moved.y());
+    else
+        rotateView(moved.y(), moved.x(), 0.0);
+    emit storeViewRequest();
 }
 
 void GLCanvas::mouseReleaseEvent(QMouseEvent *event)

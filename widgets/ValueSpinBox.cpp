@@ -6,6 +6,8 @@
 #include <QPointer>
 #include <QRegularExpression>
 
+#include <cmath>
+
 namespace {
 
 const QChar arabicDecimalSeparator(0x066B);
@@ -46,13 +48,14 @@ QValidator::State ValueSpinBox::validate(QString &text, int & /*position*/) cons
         return QValidator::Invalid;
 
     const QString sign = match.captured(1);
+    const QString whole = match.captured(2);
     const QString fraction = match.captured(4);
     if ((sign == QLatin1String("-") && minimum() >= 0.0) ||
         (sign == QLatin1String("+") && maximum() <= 0.0))
         return QValidator::Invalid;
     if (fraction.size() > decimals() || (decimals() == 0 && !match.captured(3).isEmpty()))
         return QValidator::Invalid;
-    if (match.captured(2).isEmpty() && fraction.isEmpty())
+    if (whole.isEmpty() && fraction.isEmpty())
         return QValidator::Intermediate;
 
     const double value = QLocale::c().toDouble(number);
@@ -67,7 +70,7 @@ double ValueSpinBox::valueFromText(const QString &text) const
 {
     bool isNumber = false;
     const double number = QLocale::c().toDouble(plainNumber(text), &isNumber);
-    return isNumber ? number : value();
+    return isNumber && std::isfinite(number) ? number : value();
 }
 
 QString ValueSpinBox::textFromValue(double value) const

@@ -424,7 +424,7 @@ void bsDoubleWidget::setEditingBegin()
     const QPointer<bsDoubleWidget> alive(this);
     m_editing = Gesture::TakingFocus;
     m_spinBox->setFocus(Qt::OtherFocusReason);
-    if (!alive)
+    if (!alive) // as far as the toolkit survives that
         return;
     m_editing = Gesture::Open;
     emit editingBegin();
@@ -490,9 +490,9 @@ void bsDoubleWidget::changeEvent(QEvent *event)
 
 bool bsDoubleWidget::eventFilter(QObject *watched, QEvent *event)
 {
-    // While its own spin box is hidden the wheel keeps the focus; whoever turned it by keys may
-    // never have had the pointer over it.
-    if (watched == m_wheel && event->type() == QEvent::FocusOut) {
+    // Only the wheel is watched. While its own spin box is hidden it keeps the focus; whoever
+    // turned it by keys may never have had the pointer over it.
+    if (event->type() == QEvent::FocusOut) {
         const QPointer<bsDoubleWidget> alive(this);
         setEditingFinished();
         if (!alive)

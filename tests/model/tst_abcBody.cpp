@@ -703,6 +703,7 @@ void tst_abcBody::removingALineKeepsTheOrderOfTheOthers()
     auto *third = new CountedLine(markers[2], markers[3], &deleted);
     for (abcLine *line : {first, second, third, second})
         body.addLine(line);
+    body.addLine(nullptr);
     QCOMPARE(body.lines(), (QList<abcLine *>{first, second, third}));
 
     body.removeLine(first);

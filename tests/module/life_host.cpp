@@ -1,5 +1,7 @@
 // A host with a whole life: loads the plug-in, opens and closes the dialog many times, opens it
 // once more and ends while it is open. What goes wrong on the way shows in how the process ends.
+// With the end "late" the dialog is closed, and the library is unloaded after the application's
+// end.
 
 #include <host/BackendVersions.h>
 #include <host/IOManager.h>
@@ -35,7 +37,7 @@ int main(int argc, char **argv)
         std::fprintf(stderr, "usage: life_host PLUGIN TIMES END\n");
         return 2;
     }
-    QApplication application(argc, argv);
+    auto application = std::make_unique<QApplication>(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     const int times = QByteArray(argv[2]).toInt();
     const QByteArray end = argv[3];
@@ -52,7 +54,9 @@ int main(int argc, char **argv)
         return 2;
     }
     module->setHostProperty("CommandManager", QVariant::fromValue<IOManager *>(&host));
-    module->setHostProperty("ModuleParent", QVariant::fromValue(window.get()));
+    // A window would take its child, the dialog, with it in time.
+    if (end != "late")
+        module->setHostProperty("ModuleParent", QVariant::fromValue(window.get()));
     module->setHostProperty("BackendVersions",
                             QVariant::fromValue<BackendVersions *>(&host.versions));
     QAction *action = module->menuEntries().first()->action;
@@ -102,6 +106,15 @@ int main(int argc, char **argv)
     }
     std::printf("opened %d, grown by %d\n", opened, countOf(dialog) - children);
     std::fflush(stdout);
+
+    if (end == "late") {
+        answers.stop();
+        module->shutdown();
+        window.reset();
+        application.reset();
+        std::printf(loader.unload() ? "unloaded late\n" : "not unloaded\n");
+        return 0;
+    }
 
     bool ended = false;
     open([&] {

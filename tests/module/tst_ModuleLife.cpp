@@ -22,6 +22,17 @@ private slots:
     {
         QFETCH(int, times);
         QFETCH(QString, end);
+        live(times, end, "ended open\n");
+    }
+
+    void theLibraryMayGoAfterTheApplication()
+    {
+        live(3, QStringLiteral("late"), "unloaded late\n");
+    }
+
+private:
+    void live(int times, const QString &end, const QByteArray &lastWords)
+    {
         QProcess process;
         process.start(
             QUOREL2_BUILD_DIR "/bin/life_host",
@@ -33,7 +44,7 @@ private slots:
         QVERIFY2(!errors.contains("Sanitizer") && !errors.contains("runtime error"),
                  errors.constData());
         QCOMPARE(process.readAllStandardOutput(),
-                 QByteArray("opened " + QByteArray::number(times) + ", grown by 0\nended open\n"));
+                 QByteArray("opened " + QByteArray::number(times) + ", grown by 0\n" + lastWords));
     }
 };
 

@@ -12,6 +12,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <limits>
 
 namespace {
 
@@ -72,6 +73,16 @@ bool setScene(GLCanvas &canvas, const char *name)
     }
     if (is("pick")) {
         showEverything(canvas);
+        return true;
+    }
+    if (is("infinite")) {
+        const double infinity = std::numeric_limits<double>::infinity();
+        const double nan = std::numeric_limits<double>::quiet_NaN();
+        canvas.setBody({{-40.0, 0.0, 0.0}, {-20.0, 0.0, 0.0}, {20.0, 0.0, 0.0}, {40.0, 0.0, 0.0}},
+                       {{nan, 0.0, 1.0, 60.0},
+                        {1.0, infinity, 0.0, 60.0},
+                        {0.0, 1.0, -infinity, 60.0},
+                        {1.0, 0.0, 0.0, nan}});
         return true;
     }
     if (is("line")) {

@@ -427,6 +427,7 @@ private slots:
     void suspendedFrame();
     void frameWithEverything();
     void frameWithSmallMarkers();
+    void emissionsThatAreNotFiniteAreNotDrawn();
     void frameWithSelectedLine();
     void pick();
     void pickInAWideView();
@@ -546,6 +547,21 @@ void tst_GLCallOrder::frameWithEverything()
 void tst_GLCallOrder::frameWithSmallMarkers()
 {
     compare(lastFrame("small"), everything(true));
+}
+
+void tst_GLCallOrder::emissionsThatAreNotFiniteAreNotDrawn()
+{
+    QStringList expected =
+        lines("glClear(GL_DEPTH_BUFFER_BIT | GL_COLOR_BUFFER_BIT)\nglPushMatrix()") + lines(kView) +
+        translated(0, 0, 0);
+    expected += lines("glPushMatrix()") + lines(kIdentity) + lines(kIdentity) + axes(25.0) +
+                lines("glPopMatrix()");
+    for (const double x : {-40.0, -20.0, 20.0, 40.0}) {
+        expected += lines("glColor3ub(255, 255, 255)\nglEnable(GL_LIGHTING)");
+        expected += placedSphere(x, 16, 10.0);
+    }
+    expected += lines("glPopMatrix()\nglFlush()");
+    compare(lastFrame("infinite"), expected);
 }
 
 void tst_GLCallOrder::frameWithSelectedLine()

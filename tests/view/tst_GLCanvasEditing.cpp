@@ -681,6 +681,7 @@ void tst_GLCanvasEditing::settersIgnoreWhatIsNotFinite()
     canvas.setBody(kRightAngle, {});
     canvas.translateBody(1.0, 2.0, 3.0);
     canvas.setBodyPosition(bsVector(1.0, kNaN, 0.0));
+    canvas.setBodyPosition(bsVector(5.0, 6.0, kNaN));
     canvas.setBodyPosition(bsVector(std::numeric_limits<double>::infinity(), 0.0, 0.0));
     bsMatrix matrix = bsMatrix::identity();
     matrix.element(1, 1) = kNaN;

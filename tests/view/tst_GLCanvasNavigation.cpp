@@ -167,7 +167,10 @@ private slots:
     void rightClickWithoutMenuIsSafe();
     void deletedMenuIsForgotten();
     void menuEndsADrag();
+    void menuMayBeDeletedByTheEndOfTheDrag();
     void canvasMayBeDeletedInsideItsMenu();
+    void canvasMayBeDeletedInsideAStoreRequest_data();
+    void canvasMayBeDeletedInsideAStoreRequest();
     void focusPolicyIsStrong();
 };
 
@@ -791,6 +794,67 @@ void tst_GLCanvasNavigation::canvasMayBeDeletedInsideItsMenu()
         if (!ownsMenu)
             delete menu;
     }
+}
+
+void tst_GLCanvasNavigation::menuMayBeDeletedByTheEndOfTheDrag()
+{
+    NavigatedCanvas canvas;
+    auto *menu = new QMenu;
+    menu->addAction(QStringLiteral("entry"));
+    canvas.setContextMenu(menu);
+    QVERIFY(showCanvas(canvas));
+    canvas.press(Qt::LeftButton, Qt::ControlModifier, QPoint(100, 100));
+    connect(&canvas, &GLCanvas::storeViewRequest, menu, [menu] { delete menu; });
+    const PopupLog log;
+    canvas.press(Qt::RightButton, Qt::NoModifier, QPoint(100, 100));
+    QVERIFY(!canvas.isDragging());
+    QCOMPARE(log.popups.size(), 0);
+}
+
+void tst_GLCanvasNavigation::canvasMayBeDeletedInsideAStoreRequest_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<Qt::MouseButton>("button");
+    QTest::newRow("a step of the drag") << int(QEvent::MouseMove) << Qt::NoButton;
+    QTest::newRow("the release") << int(QEvent::MouseButtonRelease) << Qt::LeftButton;
+    QTest::newRow("a plain press") << int(QEvent::MouseButtonPress) << Qt::LeftButton;
+    QTest::newRow("the context menu") << int(QEvent::MouseButtonPress) << Qt::RightButton;
+    QTest::newRow("another window") << int(QEvent::WindowDeactivate) << Qt::NoButton;
+    QTest::newRow("a turn of the mouse wheel") << int(QEvent::Wheel) << Qt::NoButton;
+}
+
+void tst_GLCanvasNavigation::canvasMayBeDeletedInsideAStoreRequest()
+{
+    QFETCH(int, type);
+    QFETCH(Qt::MouseButton, button);
+    const QPointer<NavigatedCanvas> canvas = new NavigatedCanvas;
+    QMenu menu;
+    menu.addAction(QStringLiteral("entry"));
+    canvas->setContextMenu(&menu);
+    QVERIFY(showCanvas(*canvas));
+    canvas->press(Qt::LeftButton, Qt::ControlModifier, QPoint(100, 100));
+    QVERIFY(canvas->isDragging());
+    const PopupLog log;
+    int requests = 0;
+    connect(canvas.data(), &GLCanvas::storeViewRequest, this, [&] {
+        ++requests;
+        delete canvas.data();
+    });
+    if (type == QEvent::WindowDeactivate) {
+        QEvent event(QEvent::WindowDeactivate);
+        QCoreApplication::sendEvent(canvas.data(), &event);
+    } else if (type == QEvent::Wheel) {
+        QWheelEvent event(QPointF(9.0, 9.0), canvas->mapToGlobal({9, 9}), QPoint(), QPoint(0, 120),
+                          Qt::NoButton, Qt::ControlModifier, Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(canvas.data(), &event);
+    } else {
+        QMouseEvent event(QEvent::Type(type), QPointF(110.0, 90.0), canvas->mapToGlobal({110, 90}),
+                          button, Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(canvas.data(), &event);
+    }
+    QVERIFY(canvas.isNull());
+    QCOMPARE(requests, 1);
+    QCOMPARE(log.popups.size(), 0);
 }
 
 void tst_GLCanvasNavigation::focusPolicyIsStrong()

@@ -79,6 +79,7 @@ void checkEveryMarker(GLCanvas &canvas, const QVector<bsVector> &positions,
 /// A canvas that the window system may call, or move to a screen of another pixel ratio.
 class MovedCanvas : public GLCanvas {
 public:
+    using GLCanvas::GLCanvas;
     using GLCanvas::resizeGL;
     double ratioOfTheNewScreen = 0.0; ///< 0: still on the old one
 
@@ -117,6 +118,7 @@ private slots:
     void everyMarkerIsHitOnAScreenOfAnotherRatio_data();
     void everyMarkerIsHitOnAScreenOfAnotherRatio();
     void staleSizeIsMendedBeforePickingAndPainting();
+    void nothingIsHitInAViewWithoutWidth();
     void everyMarkerIsHitWithATurnedCamera();
     void everyMarkerIsHitInEachModesCamera();
     void everyMarkerIsHitInsideAWindow();
@@ -265,17 +267,45 @@ void tst_GLCanvasPicking::staleSizeIsMendedBeforePickingAndPainting()
     QCOMPARE(size, before.size());
     Projection projection(canvas.size());
     projection.pivot = centre(twentyMarkers());
-    const auto makeStale = [&] {
+    const auto makeStale = [&](const QSize &stale) {
         canvas.makeCurrent();
-        canvas.resizeGL(size.width() / 2, size.height() * 2);
+        canvas.resizeGL(stale.width(), stale.height());
         QVERIFY(viewportSize(canvas) != size);
     };
-    makeStale();
-    QCOMPARE(picked(canvas, projection.point(twentyMarkers()[19])), QStringLiteral("marker 19"));
-    QCOMPARE(viewportSize(canvas), size);
-    makeStale();
-    QCOMPARE(picture(canvas), before);
-    QCOMPARE(viewportSize(canvas), size);
+    for (const QSize &stale :
+         {QSize(size.width() / 2, size.height() * 2), QSize(size.width() / 2, size.height()),
+          QSize(size.width(), size.height() * 2)}) {
+        makeStale(stale);
+        QCOMPARE(picked(canvas, projection.point(twentyMarkers()[19])),
+                 QStringLiteral("marker 19"));
+        QCOMPARE(viewportSize(canvas), size);
+        makeStale(stale);
+        QCOMPARE(picture(canvas), before);
+        QCOMPARE(viewportSize(canvas), size);
+    }
+}
+
+void tst_GLCanvasPicking::nothingIsHitInAViewWithoutWidth()
+{
+    // As a splitter may leave it: the canvas is there, but has no pixel.
+    QWidget window;
+    window.resize(640, 480);
+    MovedCanvas canvas(&window);
+    canvas.setSuspended(false);
+    canvas.setBody(kMarkerAtPivot, {});
+    canvas.setGeometry(0, 0, 640, 480);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QCOMPARE(picked(canvas, {320, 240}), QStringLiteral("marker 0"));
+    canvas.setGeometry(0, 0, 0, 480);
+    QTRY_COMPARE(viewportSize(canvas).width(), 0);
+    // Without a perspective the marker around the eye would be the nearest.
+    setCamera(canvas, cameraAt(0.0));
+    QCOMPARE(picked(canvas, {0, 240}), QStringLiteral("nothing"));
+    QCOMPARE(glGetError(), GLenum(GL_NO_ERROR));
+    setCamera(canvas, cameraAt(-300.0));
+    canvas.setGeometry(0, 0, 640, 480);
+    QCOMPARE(picked(canvas, {320, 240}), QStringLiteral("marker 0"));
 }
 
 void tst_GLCanvasPicking::everyMarkerIsHitWithATurnedCamera()

@@ -1242,6 +1242,9 @@ void tst_GLCanvasPicture::trackedPoseRepaintsOnlyWhenItChanged()
     };
     QCOMPARE(framesAfter(rotation, bsVector(1, 2, 3), true), 1);
     QCOMPARE(framesAfter(rotation, bsVector(1, 2, 3), true), 0);
+    QCOMPARE(framesAfter(rotation, bsVector(7, 2, 3), true), 1);
+    QCOMPARE(framesAfter(rotation, bsVector(7, 8, 3), true), 1);
+    QCOMPARE(framesAfter(rotation, bsVector(7, 8, 4), true), 1);
     QCOMPARE(framesAfter(rotation, bsVector(1, 2, 4), true), 1);
     QCOMPARE(framesAfter(rotation, bsVector(1, 2, 4), false), 1);
     // What an untracked body is said to do is not followed.

@@ -11,6 +11,7 @@
 #include <QFile>
 #include <QImage>
 #include <QScopedPointer>
+#include <QTemporaryDir>
 #include <QWindow>
 #include <QtTest>
 
@@ -209,6 +210,9 @@ private slots:
 
     void picturesAreThere_data();
     void picturesAreThere();
+    void pictureWithTooFewPixelsGivesWayToItsFinerVariant_data();
+    void pictureWithTooFewPixelsGivesWayToItsFinerVariant();
+    void anotherPictureTakesThePlaceOfTheFirst();
     void buttonIconsAreLegibleOnLightAndDark_data();
     void buttonIconsAreLegibleOnLightAndDark();
 
@@ -733,6 +737,61 @@ void tst_BodyAdjustmentForm::picturesAreThere()
             opaque += qAlpha(picture.pixel(x, y)) > 250;
     }
     QVERIFY(opaque > size.width() * size.height() / 10);
+}
+
+void tst_BodyAdjustmentForm::pictureWithTooFewPixelsGivesWayToItsFinerVariant_data()
+{
+    QTest::addColumn<bool>("hasFine");
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<QSize>("shown");
+    QTest::addColumn<bool>("isFine");
+    QTest::newRow("its own size") << true << QSize() << QSize(16, 8) << false;
+    QTest::newRow("smaller") << true << QSize(8, 6) << QSize(8, 6) << false;
+    QTest::newRow("only wider") << true << QSize(20, 8) << QSize(20, 8) << true;
+    QTest::newRow("only higher") << true << QSize(16, 12) << QSize(16, 12) << true;
+    QTest::newRow("larger") << true << QSize(32, 16) << QSize(32, 16) << true;
+    QTest::newRow("larger, but there is none") << false << QSize(32, 16) << QSize(32, 16) << false;
+}
+
+void tst_BodyAdjustmentForm::pictureWithTooFewPixelsGivesWayToItsFinerVariant()
+{
+    QFETCH(bool, hasFine);
+    QFETCH(QSize, size);
+    QFETCH(QSize, shown);
+    QFETCH(bool, isFine);
+    const QTemporaryDir folder;
+    const auto save = [&folder](const char *name, const QSize &pixels, const QColor &colour) {
+        QImage image(pixels, QImage::Format_RGB32);
+        image.fill(colour);
+        return image.save(folder.filePath(QString::fromLatin1(name)));
+    };
+    const QColor coarse(200, 0, 0);
+    const QColor fine(0, 0, 200);
+    QVERIFY(save("picture.png", QSize(16, 8), coarse));
+    if (hasFine)
+        QVERIFY(save("picture@2x.png", QSize(32, 16), fine));
+
+    QLabel label;
+    QCOMPARE(label.devicePixelRatioF(), 1.0);
+    showSharpPicture(&label, folder.filePath(QStringLiteral("picture.png")), size);
+    const QImage picture = label.pixmap(Qt::ReturnByValue).toImage();
+    QCOMPARE(picture.size(), shown);
+    QCOMPARE(picture.pixelColor(shown.width() / 2, shown.height() / 2), isFine ? fine : coarse);
+}
+
+void tst_BodyAdjustmentForm::anotherPictureTakesThePlaceOfTheFirst()
+{
+    QLabel label;
+    // The label may have children of other kinds.
+    auto *other = new QObject(&label);
+    showSharpPicture(&label, QStringLiteral(":/red.png"));
+    const QObjectList children = label.children();
+    QVERIFY(children.contains(other));
+    showSharpPicture(&label, QStringLiteral(":/panning.png"));
+    QCOMPARE(label.pixmap(Qt::ReturnByValue).size(), QSize(180, 135));
+    showSharpPicture(&label, QString());
+    QVERIFY(label.pixmap(Qt::ReturnByValue).isNull());
+    QCOMPARE(label.children(), children);
 }
 
 void tst_BodyAdjustmentForm::buttonIconsAreLegibleOnLightAndDark_data()

@@ -256,6 +256,12 @@ void tst_SetAxisDialog::anIndexThatIsNoAxisOffersNothing()
     QCOMPARE(itemTexts(box("axisToPreserveComboBox")),
              QStringList({QStringLiteral("Y"), QStringLiteral("Z")}));
     QCOMPARE(box("axisToCalculateComboBox")->currentText(), QStringLiteral("Z"));
+    // An axis to preserve does not help while none is chosen that could be set.
+    box("axisToSetComboBox")->setCurrentIndex(-1);
+    m_dialog->onAxisToSetChoice(X);
+    QCOMPARE(box("axisToPreserveComboBox")->currentText(), QStringLiteral("Y"));
+    m_dialog->validateSetAxis();
+    QCOMPARE(m_pairs, QList<AxisPair>());
 }
 
 void tst_SetAxisDialog::choosingNoAxisToPreserveChangesNothing()

@@ -70,6 +70,7 @@ private slots:
     void textIsJudgedByRangeAndDecimals_data();
     void textIsJudgedByRangeAndDecimals();
     void suffixAndPrefixStay();
+    void textThatIsNoNumberMeansTheLastValue();
     void aNewLocaleRewritesTheText();
     void incompleteTextGoesBackToTheLastValue_data();
     void incompleteTextGoesBackToTheLastValue();
@@ -78,6 +79,7 @@ private slots:
     void undoKeysReachTheWindow();
     void undoKeysStayWithHalfTypedText();
     void undoKeysWithoutAShortcutGoOnToTheParent();
+    void otherZsAreNoUndoKeys();
     void returnFinishesTheEditOnly_data();
     void returnFinishesTheEditOnly();
     void returnInAnUntouchedFieldAnnouncesNoValue();
@@ -86,6 +88,8 @@ private slots:
     void confirmTextTakesTheTypedValue();
     void deletionInsideEditingFinishedIsSafe_data();
     void deletionInsideEditingFinishedIsSafe();
+    void deletionInsideTheConfirmedChangeIsSafe_data();
+    void deletionInsideTheConfirmedChangeIsSafe();
 
 private:
     void build();
@@ -346,6 +350,8 @@ void tst_ValueSpinBox::textIsJudgedByRangeAndDecimals_data()
     QTest::newRow("a separator only") << -10.0 << 10.0 << 2 << "," << intermediate;
     QTest::newRow("sign and separator") << -10.0 << 10.0 << 2 << "-." << intermediate;
     QTest::newRow("a number") << -10.0 << 10.0 << 2 << "-9.99" << acceptable;
+    QTest::newRow("decimals only") << -10.0 << 10.0 << 2 << "-.5" << acceptable;
+    QTest::newRow("no decimals yet") << -10.0 << 10.0 << 2 << "5," << acceptable;
     QTest::newRow("with a plus sign") << -10.0 << 10.0 << 2 << "+9,5" << acceptable;
     QTest::newRow("blanks around it") << -10.0 << 10.0 << 2 << " 5 " << acceptable;
     QTest::newRow("a blank inside") << -10.0 << 10.0 << 2 << "5 5" << invalid;
@@ -399,6 +405,20 @@ void tst_ValueSpinBox::suffixAndPrefixStay()
     QTest::keyClick(m_spinBox, Qt::Key_Return);
     QCOMPARE(m_spinBox->value(), 2.25);
     QCOMPARE(m_spinBox->text(), QStringLiteral("d. 2,25 mm."));
+    // Neither is asked for: a pasted text may be the number alone.
+    for (const char *text : {"3.5", "d. 3.5", "3.5 mm.", "d. 3.5 mm."}) {
+        QString judged = QString::fromLatin1(text);
+        int position = 0;
+        QCOMPARE(int(m_spinBox->validate(judged, position)), int(QValidator::Acceptable));
+        QCOMPARE(m_spinBox->valueFromText(judged), 3.5);
+    }
+}
+
+void tst_ValueSpinBox::textThatIsNoNumberMeansTheLastValue()
+{
+    m_spinBox->setValue(5.25);
+    for (const char *text : {"", "-", ".", "5 5", "nothing", "nan", "inf"})
+        QCOMPARE(m_spinBox->valueFromText(QString::fromLatin1(text)), 5.25);
 }
 
 void tst_ValueSpinBox::aNewLocaleRewritesTheText()
@@ -541,6 +561,22 @@ void tst_ValueSpinBox::undoKeysWithoutAShortcutGoOnToTheParent()
     QVERIFY(!key.isAccepted());
 }
 
+void tst_ValueSpinBox::otherZsAreNoUndoKeys()
+{
+    // What could be typed is not left to the window, whether or not the field can use it.
+    QAction action(m_dialog.data());
+    action.setShortcut(QKeySequence(Qt::Key_Z));
+    m_dialog->addAction(&action);
+    QSignalSpy triggered(&action, &QAction::triggered);
+    showActive(m_dialog.data());
+    QTest::keyClick(m_spinBox, Qt::Key_Z);
+    QCOMPARE(triggered.size(), 0);
+    QKeyEvent key(QEvent::KeyPress, Qt::Key_Z, Qt::NoModifier, QStringLiteral("z"));
+    QApplication::sendEvent(m_spinBox, &key);
+    QVERIFY(key.isAccepted());
+    QCOMPARE(m_spinBox->text(), QStringLiteral("0.00"));
+}
+
 void tst_ValueSpinBox::returnFinishesTheEditOnly_data()
 {
     QTest::addColumn<int>("key");
@@ -639,6 +675,36 @@ void tst_ValueSpinBox::deletionInsideEditingFinishedIsSafe()
     }
     QVERIFY(alive.isNull());
     QVERIFY(m_dialog->isVisible());
+}
+
+void tst_ValueSpinBox::deletionInsideTheConfirmedChangeIsSafe_data()
+{
+    QTest::addColumn<bool>("byReturn");
+    QTest::newRow("Return") << true;
+    QTest::newRow("confirmText") << false;
+}
+
+void tst_ValueSpinBox::deletionInsideTheConfirmedChangeIsSafe()
+{
+    QFETCH(bool, byReturn);
+    // So that typing alone changes nothing.
+    m_spinBox->setKeyboardTracking(false);
+    showActive(m_dialog.data());
+    const QPointer<ValueSpinBox> alive(m_spinBox);
+    int finished = 0;
+    connect(m_spinBox, &QDoubleSpinBox::editingFinished, this, [&] { ++finished; });
+    connect(m_spinBox, QOverload<double>::of(&QDoubleSpinBox::valueChanged), m_dialog.data(),
+            [this] { delete m_spinBox; });
+    QTest::keyClicks(m_spinBox, QStringLiteral("1"));
+    QVERIFY(alive);
+    if (byReturn) {
+        QKeyEvent key(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier);
+        QApplication::sendEvent(m_spinBox, &key);
+    } else {
+        m_spinBox->confirmText();
+    }
+    QVERIFY(alive.isNull());
+    QCOMPARE(finished, 0);
 }
 
 QUOREL2_TEST_MAIN(tst_ValueSpinBox)

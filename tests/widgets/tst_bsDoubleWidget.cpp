@@ -33,14 +33,19 @@ QPoint inWindow(const QWidget *widget, QPoint position)
     return widget->mapTo(widget->window(), position);
 }
 
-void scroll(QWidget *widget, int delta, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+void scroll(QWidget *widget, const QPoint &delta, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
 {
     const QPoint position = inWindow(widget, widget->rect().center());
     QWindow *window = widget->window()->windowHandle();
-    QWheelEvent event(position, window->mapToGlobal(position), QPoint(), QPoint(0, delta),
-                      Qt::NoButton, modifiers, Qt::NoScrollPhase, false);
+    QWheelEvent event(position, window->mapToGlobal(position), QPoint(), delta, Qt::NoButton,
+                      modifiers, Qt::NoScrollPhase, false);
     QSpontaneKeyEvent::setSpontaneous(&event);
     qApp->notify(window, &event);
+}
+
+void scroll(QWidget *widget, int delta, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+{
+    scroll(widget, QPoint(0, delta), modifiers);
 }
 
 void movePointer(QWidget *window, QPoint position)
@@ -81,6 +86,7 @@ private slots:
     void unknownPositionsChangeNothing();
     void wheelOrientation();
     void labelSettings();
+    void colouredLabelOnADarkGroundStandsOnALightField();
     void spinBoxSettings();
     void controlsAreNamedByTheLabel();
 
@@ -97,6 +103,8 @@ private slots:
     void adjustValueIgnoresTinyIncrements();
     void adjustValueIsAnEdit();
     void adjustValueWithoutAVisibleFieldEndsWhenThePointerLeaves();
+    void adjustValueAtTheEndOfTheRangeLeavesNothingBehind();
+    void adjustValueDuringADragBelongsToIt();
 
     void periodicJumpCostsOneStep();
     void differencesUpToHalfATurnAreNoJump();
@@ -113,6 +121,7 @@ private slots:
     void scrollThatChangesNothingOpensNoGesture();
     void dragAfterScrollingIsTheSameGesture();
     void touchpadScrollsAddUpToNotches();
+    void scrollingSidewaysTurnsTheWheelToo();
     void changeOfScrollDirectionDropsWhatIsLeft();
     void aPageIsTenUnitsForAWholeNotch();
     void homeAndEndDoNotTurnTheWheel();
@@ -148,6 +157,9 @@ private slots:
     void nestedLoopInsideEditingFinishedIsSafe();
     void deletionInsideEditingFinishedIsSafe_data();
     void deletionInsideEditingFinishedIsSafe();
+    void deletionInsideAChangeIsSafe_data();
+    void deletionInsideAChangeIsSafe();
+    void deletionInsideEditingBeginIsSafe();
     void gesturesAlwaysComeInPairs();
 
 private:
@@ -533,6 +545,33 @@ void tst_bsDoubleWidget::labelSettings()
     QCOMPARE(m_widget->label(), QStringLiteral("x [mm]"));
 }
 
+void tst_bsDoubleWidget::colouredLabelOnADarkGroundStandsOnALightField()
+{
+    build(SpinBoxOnly, 0, 100, false);
+    const auto lightPixels = [this](const QColor &ground) {
+        QPalette palette = m_window->palette();
+        palette.setColor(QPalette::Window, ground);
+        m_window->setPalette(palette);
+        const QImage image = m_label->grab().toImage();
+        int count = 0;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x)
+                count += image.pixelColor(x, y).lightness() > 200;
+        }
+        return count;
+    };
+    const QColor dark(40, 40, 40);
+    const QColor grey(160, 160, 160);
+    m_label->setFixedSize(60, 20);
+    m_widget->setLabel(QStringLiteral("X :"));
+    m_widget->setLabelColor(QColor(200, 0, 0));
+    QVERIFY(lightPixels(dark) > 50);
+    QCOMPARE(lightPixels(grey), 0);
+    // No label, no field.
+    m_widget->setLabel(QString());
+    QCOMPARE(lightPixels(dark), 0);
+}
+
 void tst_bsDoubleWidget::spinBoxSettings()
 {
     build(SpinBoxOnly, 0, 100, false);
@@ -718,6 +757,41 @@ void tst_bsDoubleWidget::adjustValueWithoutAVisibleFieldEndsWhenThePointerLeaves
     QCOMPARE(takeEmitted(), QStringList({QStringLiteral("begin"), QStringLiteral("value 2")}));
     leave();
     QCOMPARE(takeEmitted(), QStringList({QStringLiteral("finished")}));
+}
+
+void tst_bsDoubleWidget::adjustValueAtTheEndOfTheRangeLeavesNothingBehind()
+{
+    build(SpinBoxOnly, 0, 100, false);
+    m_widget->setValue(100.0);
+    takeEmitted();
+    show();
+    m_widget->adjustValue(5.0);
+    QCOMPARE(takeEmitted(), QStringList());
+    QVERIFY(!m_widget->isEditing());
+    // What is typed afterwards is not ended by the pointer.
+    focusSpinBox();
+    QTest::keyClicks(m_spinBox, QStringLiteral("8"));
+    QEvent leaving(QEvent::Leave);
+    QApplication::sendEvent(m_widget, &leaving);
+    QCOMPARE(takeEmitted(), QStringList({QStringLiteral("begin"), QStringLiteral("value 8")}));
+    QVERIFY(m_widget->isEditing());
+}
+
+void tst_bsDoubleWidget::adjustValueDuringADragBelongsToIt()
+{
+    build(WheelOnly, -999.99, 999.99, false);
+    show();
+    pressWheel(90);
+    dragWheelTo(100);
+    m_widget->adjustValue(5.0);
+    QEvent leaving(QEvent::Leave);
+    QApplication::sendEvent(m_widget, &leaving);
+    QVERIFY(m_widget->isEditing());
+    dragWheelTo(110);
+    releaseWheel(110);
+    QCOMPARE(takeEmitted(), QStringList({QStringLiteral("begin"), QStringLiteral("value 1"),
+                                         QStringLiteral("value 6"), QStringLiteral("value 7"),
+                                         QStringLiteral("finished")}));
 }
 
 void tst_bsDoubleWidget::periodicJumpCostsOneStep()
@@ -956,6 +1030,21 @@ void tst_bsDoubleWidget::touchpadScrollsAddUpToNotches()
     QCOMPARE(takeEmitted(), QStringList({QStringLiteral("value 5")}));
     leave();
     QCOMPARE(takeEmitted(), QStringList({QStringLiteral("finished")}));
+}
+
+void tst_bsDoubleWidget::scrollingSidewaysTurnsTheWheelToo()
+{
+    build(WheelOnly, -999.99, 999.99, false);
+    show();
+    scroll(m_wheel, QPoint(480, 0));
+    QCOMPARE(m_widget->value(), 4.0);
+    scroll(m_wheel, QPoint(-120, 0));
+    QCOMPARE(m_widget->value(), 3.0);
+    // Of a slanting scroll the larger part counts, and only that.
+    scroll(m_wheel, QPoint(-240, 120));
+    QCOMPARE(m_widget->value(), 1.0);
+    scroll(m_wheel, QPoint(-120, 360));
+    QCOMPARE(m_widget->value(), 4.0);
 }
 
 void tst_bsDoubleWidget::changeOfScrollDirectionDropsWhatIsLeft()
@@ -1472,6 +1561,52 @@ void tst_bsDoubleWidget::deletionInsideEditingFinishedIsSafe()
     }
     QVERIFY(alive.isNull());
     QCOMPARE(m_emitted.count(QStringLiteral("finished")), 1);
+}
+
+void tst_bsDoubleWidget::deletionInsideAChangeIsSafe_data()
+{
+    QTest::addColumn<QString>("call");
+    for (const char *call : {"adjustValue", "reset", "finishEditing"})
+        QTest::newRow(call) << QString::fromLatin1(call);
+}
+
+void tst_bsDoubleWidget::deletionInsideAChangeIsSafe()
+{
+    QFETCH(QString, call);
+    build(SpinBoxAndWheel, -999.99, 999.99, false);
+    show();
+    m_widget->setValue(7.0);
+    takeEmitted();
+    const QPointer<bsDoubleWidget> alive(m_widget);
+    connect(m_widget, &bsDoubleWidget::valueChanged, m_window.data(), [this] { delete m_widget; });
+    QStringList expected = {QStringLiteral("value 0")};
+    if (call == QLatin1String("adjustValue")) {
+        expected = QStringList({QStringLiteral("begin"), QStringLiteral("value 8")});
+        m_widget->adjustValue(1.0);
+    } else if (call == QLatin1String("reset")) {
+        m_widget->reset();
+    } else {
+        // A field that tells of its text only when it is confirmed.
+        expected = QStringList({QStringLiteral("begin"), QStringLiteral("value 3")});
+        m_spinBox->setKeyboardTracking(false);
+        focusSpinBox();
+        QTest::keyClicks(m_spinBox, QStringLiteral("3"));
+        QVERIFY(alive);
+        m_widget->finishEditing();
+    }
+    QVERIFY(alive.isNull());
+    QCOMPARE(takeEmitted(), expected);
+}
+
+void tst_bsDoubleWidget::deletionInsideEditingBeginIsSafe()
+{
+    build(SpinBoxAndWheel, -999.99, 999.99, false);
+    show();
+    const QPointer<bsDoubleWidget> alive(m_widget);
+    connect(m_widget, &bsDoubleWidget::editingBegin, m_window.data(), [this] { delete m_widget; });
+    m_widget->adjustValue(1.0);
+    QVERIFY(alive.isNull());
+    QCOMPARE(takeEmitted(), QStringList({QStringLiteral("begin")}));
 }
 
 /// Whatever a user and the program do in whatever order: begin and end take turns, and what the

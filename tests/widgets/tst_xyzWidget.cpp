@@ -65,6 +65,7 @@ private slots:
     void rotationWrapsAtAFullTurn();
     void finishEditingCountsTheOpenEdit();
     void deletionInsideEditingFinishedIsSafe();
+    void deletionInsideAResetIsSafe();
 
     void layoutChangesDirectionAndMargins_data();
     void layoutChangesDirectionAndMargins();
@@ -553,6 +554,17 @@ void tst_xyzWidget::deletionInsideEditingFinishedIsSafe()
     type(0, QStringLiteral("1"));
     m_widget->finishEditing();
     QCOMPARE(m_window->findChild<xyzWidget *>(), nullptr);
+}
+
+void tst_xyzWidget::deletionInsideAResetIsSafe()
+{
+    build(SpinBoxOnly, -999.99, 999.99, false);
+    m_widget->setValues(1.0, 2.0, 3.0);
+    takeEmitted();
+    connect(m_widget, &xyzWidget::valueChanged, m_window.data(), [this] { delete m_widget; });
+    m_widget->reset();
+    QCOMPARE(m_window->findChild<xyzWidget *>(), nullptr);
+    QCOMPARE(takeEmitted(), QStringList({QStringLiteral("0 2 3")}));
 }
 
 void tst_xyzWidget::layoutChangesDirectionAndMargins_data()
