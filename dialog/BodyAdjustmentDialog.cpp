@@ -279,22 +279,15 @@ void BodyAdjustmentDialog::connectWidgets()
             QOverload<int>::of(&QComboBox::currentIndexChanged));
     connect(m_form->body_name, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
             [this](int index) {
-                if (isOnlyFocused(index))
+                if (isOnlyFocused(index)) {
+                    // Left the current one, the row would not be highlighted when pointed at.
+                    m_form->body_name->view()->selectionModel()->clearCurrentIndex();
                     return;
+                }
                 // Opening the list highlights the body that is shown; only leaving it may
                 // ask for its changes and load another one.
                 if (index < 0 || index != m_inCanvas.listIndex || index != m_chosen.listIndex)
                     update_current_body(index);
-            });
-    // A list that opens with nothing chosen makes its first row the current one without selecting
-    // it, so that pointing at that row is told by the selection alone.
-    const QAbstractItemView *list = m_form->body_name->view();
-    connect(list->selectionModel(), &QItemSelectionModel::selectionChanged, this,
-            [this, list](const QItemSelection &selected) {
-                const QModelIndex current = list->currentIndex();
-                if (list->isVisible() && selected.contains(current) &&
-                    current.row() != m_chosen.listIndex)
-                    emit m_form->body_name->highlighted(current.row());
             });
     connect(this, &BodyAdjustmentDialog::set_chosen_body_tracked, this,
             &BodyAdjustmentDialog::update_room_buttons);

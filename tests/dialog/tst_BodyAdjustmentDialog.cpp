@@ -592,13 +592,21 @@ private slots:
             QCOMPARE(list->currentIndex(), -1);
             QCOMPARE(fixture().host.transcript, QStringList());
             QVERIFY(!fixture().canvas()->isBodyLoaded());
-            // The first body can be chosen all the same.
+            // Return takes only what is highlighted.
             QTest::keyClick(list, Qt::Key_F4);
             QTRY_VERIFY(list->view()->isVisible());
-            QTest::keyClick(list->view(), Qt::Key_Home);
+            QTRY_VERIFY(list->view()->hasFocus());
             QTest::keyClick(list->view(), Qt::Key_Return);
+            QCOMPARE(list->currentIndex(), -1);
+            QCOMPARE(fixture().host.transcript, QStringList());
+            // The first body can be chosen all the same.
+            QTest::keyClick(list->view(), Qt::Key_Down);
             QTRY_COMPARE(list->currentIndex(), 0);
             QCOMPARE(fixture().canvas()->body().markerCount(), 6);
+            QTest::keyClick(list->view(), Qt::Key_Return);
+            QTRY_VERIFY(!list->view()->isVisible());
+            QCOMPARE(list->currentIndex(), 0);
+            QCOMPARE(fixture().host.transcript.count("get body number_of_marker standard b01"), 1);
         });
     }
 
@@ -618,7 +626,12 @@ private slots:
             QTRY_COMPARE(fixture().canvas()->body().markerCount(), 6);
             QCOMPARE(list->currentIndex(), 0);
             QCOMPARE(fixture().host.transcript.count("get body number_of_marker standard b01"), 1);
-            // Of the next one too, once.
+            // Any other one too, and once also where it cannot be read.
+            fixture().host.failLine("get body number_of_marker standard b03");
+            const QRect third = list->view()->visualRect(list->model()->index(2, 0));
+            QTest::mouseMove(list->view()->viewport(), third.center());
+            QTRY_COMPARE(fixture().host.transcript.count("get body number_of_marker standard b03"),
+                         1);
             const QRect second = list->view()->visualRect(list->model()->index(1, 0));
             QTest::mouseMove(list->view()->viewport(), second.center());
             QTRY_COMPARE(fixture().canvas()->body().markerCount(), 4);

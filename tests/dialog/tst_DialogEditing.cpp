@@ -23,6 +23,8 @@
 #include <QWheelEvent>
 #include <QtTest>
 
+#include <thread>
+
 #include <Eigen/Geometry>
 
 namespace {
@@ -741,6 +743,38 @@ private slots:
             // Tracked or not, a view that does not follow cannot tell where the room is.
             host().deliver("6d", "6d 1 [0 1.0][0 0 0][1 0 0 0 1 0 0 0 1]");
             areDisabled();
+        });
+    }
+
+    void whatALineToldOfTheBodyBeforeDoesNotReachAnUncalibratedOne()
+    {
+        fixture().session([&] {
+            fixture().choose(DialogFixture::Wand);
+            fixture().child<QCheckBox>("online_checkbox")->click();
+            std::thread([this] {
+                host().deliver("6d", "6d 1 [0 1.0][0 0 0][1 0 0 0 1 0 0 0 1]");
+            }).join();
+            // It is on its way to the dialog's thread.
+            QVERIFY(!fixture().isEnabled("adjust_axes_to_room_button"));
+            fixture().choose(DialogFixture::Raw);
+            const QString state = fixture().child<QLabel>("body_icon")->accessibleName();
+            QCoreApplication::processEvents();
+            QCOMPARE(fixture().child<QLabel>("body_icon")->accessibleName(), state);
+            QVERIFY(!fixture().isEnabled("adjust_axes_to_room_button"));
+            QVERIFY(!fixture().isEnabled("pushButton_due_to_room"));
+        });
+    }
+
+    void onlineWithNothingChosenNothingIsFollowedOrTold()
+    {
+        fixture().session([&] {
+            fixture().choose(DialogFixture::Wand);
+            fixture().child<QCheckBox>("online_checkbox")->click();
+            fixture().dialog->update_current_body(-1);
+            QVERIFY(fixture().child<QCheckBox>("online_checkbox")->isChecked());
+            fixture().dialog->update_track();
+            QVERIFY(fixture().boxes.isEmpty());
+            QVERIFY(!fixture().canvas()->isTracked());
         });
     }
 
