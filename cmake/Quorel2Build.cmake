@@ -33,13 +33,14 @@ if(QUOREL2_SANITIZE)
   add_link_options(-fsanitize=${QUOREL2_SANITIZE})
 endif()
 # Without optimisation, so that every branch is there to be counted, and without exceptions, which the
-# plug-in does not use: each call would count as a branch to where it is left by one.
+# plug-in does not use: each call would count as a branch to where it is left by one. Threads count too.
 if(QUOREL2_COVERAGE)
   add_link_options(--coverage)
 endif()
 function(quorel2_measure_coverage target)
   if(QUOREL2_COVERAGE)
-    target_compile_options(${target} PRIVATE --coverage -O0 -fno-exceptions)
+    target_compile_options(${target} PRIVATE --coverage -O0 -fno-exceptions
+                           -fprofile-update=atomic)
   endif()
 endfunction()
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The checks that are fast: formatting, scripts, that includes point one way, and that every promised
-# behaviour has its tests.
+# The checks that are fast: formatting, scripts, that includes point one way, that every promised
+# behaviour has its tests, and that the reasons for missed branches are up to date.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source dev/common.sh

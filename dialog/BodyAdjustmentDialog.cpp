@@ -280,13 +280,19 @@ void BodyAdjustmentDialog::connectWidgets()
     connect(m_form->body_name, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
             [this](int index) {
                 if (isOnlyFocused(index)) {
-                    // Left the current one, the row would not be highlighted when pointed at.
-                    m_form->body_name->view()->selectionModel()->clearCurrentIndex();
+                    // Left the current one, the row would not be highlighted when pointed at. A
+                    // row that is being pressed is selected next.
+                    QTimer::singleShot(0, this, [this, index] {
+                        if (isOnlyFocused(index))
+                            m_form->body_name->view()->selectionModel()->clearCurrentIndex();
+                    });
                     return;
                 }
                 // Opening the list highlights the body that is shown; only leaving it may
-                // ask for its changes and load another one.
-                if (index < 0 || index != m_inCanvas.listIndex || index != m_chosen.listIndex)
+                // ask for its changes and load another one. Where the controller may hold other
+                // markers than those shown, it is the way to read them again.
+                if (index < 0 || index != m_inCanvas.listIndex || index != m_chosen.listIndex ||
+                    !m_shownIsHeld)
                     update_current_body(index);
             });
     connect(this, &BodyAdjustmentDialog::set_chosen_body_tracked, this,
@@ -533,10 +539,10 @@ void BodyAdjustmentDialog::writeMarkersOfOpeningBack()
     if (bodies.isEmpty())
         return;
     m_session.stopMeasurement();
-    m_deletions.undoAll();
     for (const BodyIdentity &body : bodies) {
         const MarkerList markers = m_deletions.markersAtOpening(body);
-        writeMarkers(body, markers);
+        if (writeMarkers(body, markers))
+            m_deletions.undoAll(body);
         if (body.isSame(m_inCanvas)) {
             // Should the dialog stay open, it shows what the controller holds.
             m_loaded = markers;
@@ -902,7 +908,12 @@ bool BodyAdjustmentDialog::canUndoDeletion() const
 
 int BodyAdjustmentDialog::markerToDeleteAgain() const
 {
-    return m_chosen.isSame(m_inCanvas) && m_shownIsHeld ? m_deletions.pendingMarker(m_chosen) : -1;
+    if (!m_chosen.isSame(m_inCanvas) || !m_shownIsHeld)
+        return -1;
+    // The body may have been given other markers meanwhile.
+    const int count = m_loaded.positions.size();
+    const int marker = m_deletions.pendingMarker(m_chosen);
+    return count > kFewestMarkers && marker < count ? marker : -1;
 }
 
 void BodyAdjustmentDialog::refreshEditButtons()

@@ -27,10 +27,10 @@ void MarkerDeletions::add(const BodyIdentity &body, const MarkerList &before, in
         m_records.append({body, before, {}, {}, true});
         record = &m_records.last();
     }
-    if (!record->done.isEmpty() &&
+    if (!record->done.isEmpty() && !record->done.last().isConfirmed &&
         record->done.last().before.positions.size() == before.positions.size())
         record->done.removeLast();
-    record->done.append({before, marker});
+    record->done.append({before, marker, true});
     record->pending.clear();
 }
 
@@ -63,13 +63,17 @@ void MarkerDeletions::redo(const BodyIdentity &body, const MarkerList &before)
 {
     Record *record = find(body);
     if (record && !record->pending.isEmpty())
-        record->done.append({before, record->pending.takeLast()});
+        record->done.append({before, record->pending.takeLast(), true});
 }
 
 void MarkerDeletions::notConfirmed(const BodyIdentity &body)
 {
-    if (Record *record = find(body))
-        record->pending.clear();
+    Record *record = find(body);
+    if (!record)
+        return;
+    record->pending.clear();
+    if (!record->done.isEmpty())
+        record->done.last().isConfirmed = false;
 }
 
 void MarkerDeletions::notWritten(const BodyIdentity &body)
@@ -96,13 +100,14 @@ MarkerList MarkerDeletions::markersAtOpening(const BodyIdentity &body) const
     return record ? record->atOpening : MarkerList();
 }
 
-void MarkerDeletions::undoAll()
+void MarkerDeletions::undoAll(const BodyIdentity &body)
 {
-    for (Record &record : m_records) {
-        while (!record.done.isEmpty())
-            undo(record.body);
-        record.isWritten = true;
-    }
+    Record *record = find(body);
+    if (!record)
+        return;
+    while (!record->done.isEmpty())
+        undo(body);
+    record->isWritten = true;
 }
 
 void MarkerDeletions::carryAlong(const BodyIdentity &body, const bsMatrix &transform)

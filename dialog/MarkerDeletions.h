@@ -25,7 +25,8 @@ public:
     void clear();
 
     /// A marker of the body was told to be deleted; what could be redone for it is forgotten. So is
-    /// the last deletion if the body has as many markers as before it: it was not carried out.
+    /// the last deletion if it was not confirmed and the body has as many markers as before it: it
+    /// was not carried out.
     /// @param before  all markers, that one included
     /// @param marker  0-based
     void add(const BodyIdentity &body, const MarkerList &before, int marker);
@@ -51,8 +52,8 @@ public:
     /// deletion.
     QList<BodyIdentity> changedBodies() const;
     MarkerList markersAtOpening(const BodyIdentity &body) const;
-    /// Takes all deletions of all bodies back; each is then pending to be redone.
-    void undoAll();
+    /// All deletions of the body were taken back; each is then pending to be redone.
+    void undoAll(const BodyIdentity &body);
 
     /// The controller mapped the body's markers; what is kept of them is mapped along.
     void carryAlong(const BodyIdentity &body, const bsMatrix &transform);
@@ -61,6 +62,7 @@ private:
     struct Deletion {
         MarkerList before;
         int marker = -1;
+        bool isConfirmed = true;
     };
     struct Record {
         BodyIdentity body;

@@ -758,7 +758,9 @@ const abcObject *GLCanvas::objectOf(quint32 kind, quint32 index) const
 {
     if (kind == abcObject::MarkerType)
         return m_body.markers().value(static_cast<int>(index), nullptr);
-    return m_body.lines().value(static_cast<int>(index), nullptr);
+    if (kind == abcObject::LineType)
+        return m_body.lines().value(static_cast<int>(index), nullptr);
+    return nullptr;
 }
 
 // Mouse

@@ -596,6 +596,7 @@ private slots:
             QTest::keyClick(list, Qt::Key_F4);
             QTRY_VERIFY(list->view()->isVisible());
             QTRY_VERIFY(list->view()->hasFocus());
+            QTest::qWait(20);
             QTest::keyClick(list->view(), Qt::Key_Return);
             QCOMPARE(list->currentIndex(), -1);
             QCOMPARE(fixture().host.transcript, QStringList());
@@ -637,6 +638,39 @@ private slots:
             QTRY_COMPARE(fixture().canvas()->body().markerCount(), 4);
             QCOMPARE(fixture().host.transcript.count("get body number_of_marker standard b02"), 1);
             QTest::keyClick(list->view(), Qt::Key_Escape);
+        });
+    }
+
+    void aRowThatIsPressedUnderAPointerAtRestIsChosen_data()
+    {
+        QTest::addColumn<int>("row");
+        QTest::newRow("first") << int(DialogFixture::Wand);
+        QTest::newRow("third") << int(DialogFixture::Pen);
+    }
+    void aRowThatIsPressedUnderAPointerAtRestIsChosen()
+    {
+        QFETCH(int, row);
+        fixture().session([&] {
+            auto *list = fixture().child<QComboBox>("body_name");
+            fixture().openList();
+            QTRY_VERIFY(list->view()->hasFocus());
+            QTest::qWait(300); // a click that comes with the opening is not taken for a choice
+            fixture().host.clearRecords();
+            const QPoint place = list->view()->visualRect(list->model()->index(row, 0)).center();
+            // Nothing moved before it: the list may have been scrolled under the pointer.
+            const QPoint global = list->view()->viewport()->mapToGlobal(place);
+            for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
+                const bool isPress = type == QEvent::MouseButtonPress;
+                QMouseEvent event(type, place, global, Qt::LeftButton,
+                                  isPress ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier);
+                QApplication::sendEvent(list->view()->viewport(), &event);
+                QTest::qWait(20);
+            }
+            QTRY_VERIFY(!list->view()->isVisible());
+            QCOMPARE(list->currentIndex(), row);
+            const QString count =
+                QStringLiteral("get body number_of_marker standard b0%1").arg(row + 1);
+            QCOMPARE(fixture().host.transcript.count(count), 1);
         });
     }
 

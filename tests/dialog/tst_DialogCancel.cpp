@@ -1131,6 +1131,11 @@ private slots:
             canvas()->select(canvas()->body().markers().at(2));
             QVERIFY(!fixture().isEnabled("pushButton_deleteMarker"));
             QCOMPARE(host().markers("standard", 1).size(), 5);
+            // The deletion can still be undone by itself.
+            QVERIFY(fixture().isEnabled("undo_button"));
+            press("undo_button");
+            QCOMPARE(xOf("standard", 1), kWandX);
+            QVERIFY(fixture().isEnabled("redo_button"));
         });
         QCOMPARE(xOf("standard", 1), kWandX);
     }
@@ -1226,6 +1231,82 @@ private slots:
             QCOMPARE(xOf("standard", 1), (QVector<double>{-10, 90, -10, 20, -70, 10}));
             QVERIFY(fixture().isEnabled("redo_button"));
             cancel(QMessageBox::Yes);
+        });
+        QCOMPARE(xOf("standard", 1), kWandX);
+    }
+
+    void aRedoIsForgottenWhereTheBodyHasOtherMarkersMeanwhile_data()
+    {
+        QTest::addColumn<int>("count"); ///< that the controller tells
+        QTest::addColumn<bool>("possible");
+        QTest::newRow("as before") << 6 << true;
+        QTest::newRow("one less, and the marker is there") << 5 << true;
+        QTest::newRow("four") << 4 << false;
+    }
+
+    void aRedoIsForgottenWhereTheBodyHasOtherMarkersMeanwhile()
+    {
+        QFETCH(int, count);
+        QFETCH(bool, possible);
+        work([&] {
+            fixture().choose(DialogFixture::Wand);
+            deleteMarker(4);
+            press("undo_button");
+            QVERIFY(fixture().isEnabled("redo_button"));
+            fixture().choose(DialogFixture::Plain);
+            const QString parameter = QStringLiteral("body number_of_marker standard b01");
+            const QString told = host().parameters.value(parameter);
+            host().parameters[parameter] = QString::number(count);
+            fixture().choose(DialogFixture::Wand);
+            QCOMPARE(canvas()->body().markerCount(), count);
+            QCOMPARE(fixture().isEnabled("redo_button"), possible);
+            host().clearRecords();
+            fixture().dialog->on_redo_button_clicked();
+            QCOMPARE(host().transcript.filter("delete_marker").size(), possible ? 1 : 0);
+            host().parameters[parameter] = told;
+        });
+    }
+
+    void whereTheMarkersAreNotKnownTheListReadsThemAgain()
+    {
+        work([&] {
+            fixture().choose(DialogFixture::Wand);
+            deleteMarker(2);
+            host().failLine("set body number_of_marker standard b01 6");
+            press("undo_button");
+            host().clearFaults();
+            QCOMPARE(canvas()->body().markerCount(), 6);
+            auto *list = fixture().child<QComboBox>("body_name");
+            // What opening the list says of the body that is shown.
+            emit list->highlighted(list->currentIndex());
+            QCOMPARE(canvas()->body().markerCount(), 5);
+            host().clearRecords();
+            emit list->highlighted(list->currentIndex());
+            QCOMPARE(host().transcript, QStringList());
+            QVERIFY(fixture().isEnabled("undo_button"));
+            press("undo_button");
+            QCOMPARE(xOf("standard", 1), kWandX);
+        });
+    }
+
+    void aDeletionAfterAnUndoThatWasWrittenInPartKeepsBothSteps()
+    {
+        work([&] {
+            fixture().choose(DialogFixture::Wand);
+            deleteMarker(1);
+            host().failLine("set body marker standard b01 m02 100.000 0.000 0.000");
+            press("undo_button");
+            host().clearFaults();
+            fixture().choose(DialogFixture::Plain);
+            fixture().choose(DialogFixture::Wand);
+            const QVector<double> inPart = xOf("standard", 1);
+            QVERIFY(inPart.size() == 6 && inPart != kWandX);
+            deleteMarker(5);
+            press("undo_button");
+            QCOMPARE(xOf("standard", 1), inPart);
+            press("undo_button");
+            QCOMPARE(xOf("standard", 1), kWandX);
+            QVERIFY(!fixture().isEnabled("undo_button"));
         });
         QCOMPARE(xOf("standard", 1), kWandX);
     }

@@ -95,6 +95,13 @@ MarkerList undone(MarkerDeletions &deletions, const BodyIdentity &body)
     return before;
 }
 
+/// Takes all deletions of all bodies back.
+void undoAllOf(MarkerDeletions &deletions)
+{
+    for (const BodyIdentity &body : deletions.changedBodies())
+        deletions.undoAll(body);
+}
+
 } // namespace
 
 class TestMarkerDeletions : public QObject {
@@ -110,7 +117,7 @@ private slots:
         QVERIFY(deletions.markersAtOpening(kWand).positions.isEmpty());
         QVERIFY(undone(deletions, kWand).positions.isEmpty());
         deletions.redo(kWand, listOf(6, 1));
-        deletions.undoAll();
+        undoAllOf(deletions);
         deletions.notWritten(kWand);
         deletions.carryAlong(kWand, bsMatrix::identity());
         QVERIFY(!deletions.canUndo(kWand));
@@ -209,6 +216,7 @@ private slots:
         QCOMPARE(contents(undone(deletions, kWand)), made(6, 2));
         QCOMPARE(deletions.pendingMarker(kWand), 2);
         deletions.redo(kWand, listOf(6, 2));
+        deletions.notConfirmed(kWand);
 
         deletions.add(kWand, listOf(6, 3), 4);
         QCOMPARE(contents(undone(deletions, kWand)), made(6, 3));
@@ -227,7 +235,7 @@ private slots:
         deletions.undo(kProbe);
         deletions.add(kWand, listOf(8, 1), 6);
         deletions.add(kWand, listOf(7, 2), 6);
-        deletions.undoAll();
+        undoAllOf(deletions);
         deletions.redo(kWand, listOf(8, 1));
         deletions.notConfirmed(kWand);
         QCOMPARE(deletions.pendingMarker(kWand), -1);
@@ -336,7 +344,7 @@ private slots:
         deletions.add(kWand, listOf(7, 2), 0);
         deletions.add(kWand, listOf(6, 3), 3);
         deletions.undo(kWand);
-        deletions.undoAll();
+        undoAllOf(deletions);
         QVERIFY(deletions.changedBodies().isEmpty());
         QVERIFY(!deletions.canUndo(kWand));
         QVERIFY(!deletions.canUndo(kProbe));
@@ -366,12 +374,12 @@ private slots:
         QCOMPARE(namesOf(deletions.changedBodies()), QStringList{"standard 1"});
         deletions.undo(kWand);
         QCOMPARE(namesOf(deletions.changedBodies()), QStringList{"standard 1"});
-        deletions.undoAll();
+        undoAllOf(deletions);
         QVERIFY(deletions.changedBodies().isEmpty());
 
         deletions.notWritten(kWand);
         deletions.notWritten(kProbe);
-        deletions.undoAll();
+        undoAllOf(deletions);
         QVERIFY(deletions.changedBodies().isEmpty());
         deletions.notWritten(kWand);
         QCOMPARE(namesOf(deletions.changedBodies()), QStringList{"standard 1"});
@@ -443,6 +451,7 @@ private slots:
             MarkerList before;
             Eigen::Isometry3d since = Eigen::Isometry3d::Identity();
             int marker;
+            bool confirmed = true;
         };
         struct Body {
             BodyIdentity identity;
@@ -468,7 +477,7 @@ private slots:
             for (int step = 0; step < 40; ++step) {
                 Body &body = bodies[unsigned(below(3))];
                 const MarkerList now = listOf(4 + below(5), below(1000));
-                switch (below(7)) {
+                switch (below(8)) {
                 case 0:
                 case 1: {
                     const int marker = below(now.positions.size());
@@ -478,10 +487,10 @@ private slots:
                         body.sinceOpening = Eigen::Isometry3d::Identity();
                         order += namesOf({body.identity});
                     }
-                    if (!body.done.empty() &&
+                    if (!body.done.empty() && !body.done.back().confirmed &&
                         body.done.back().before.positions.size() == now.positions.size())
                         body.done.pop_back();
-                    body.done.push_back({now, Eigen::Isometry3d::Identity(), marker});
+                    body.done.push_back({now, Eigen::Isometry3d::Identity(), marker, true});
                     body.pending.clear();
                     break;
                 }
@@ -500,7 +509,7 @@ private slots:
                     deletions.redo(body.identity, now);
                     if (!body.pending.empty()) {
                         body.done.push_back(
-                            {now, Eigen::Isometry3d::Identity(), body.pending.back()});
+                            {now, Eigen::Isometry3d::Identity(), body.pending.back(), true});
                         body.pending.pop_back();
                     }
                     break;
@@ -519,10 +528,16 @@ private slots:
                     body.written = body.atOpening.positions.isEmpty();
                     body.pending.clear();
                     break;
+                case 6:
+                    deletions.notConfirmed(body.identity);
+                    if (!body.done.empty())
+                        body.done.back().confirmed = false;
+                    body.pending.clear();
+                    break;
                 default:
                     if (below(4) != 0)
                         break;
-                    deletions.undoAll();
+                    undoAllOf(deletions);
                     for (Body &each : bodies) {
                         while (!each.done.empty()) {
                             each.pending.push_back(each.done.back().marker);
