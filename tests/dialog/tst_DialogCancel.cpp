@@ -1237,20 +1237,23 @@ private slots:
 
     void aRedoIsForgottenWhereTheBodyHasOtherMarkersMeanwhile_data()
     {
+        QTest::addColumn<int>("marker");
         QTest::addColumn<int>("count"); ///< that the controller tells
         QTest::addColumn<bool>("possible");
-        QTest::newRow("as before") << 6 << true;
-        QTest::newRow("one less, and the marker is there") << 5 << true;
-        QTest::newRow("four") << 4 << false;
+        QTest::newRow("as before") << 5 << 6 << true;
+        QTest::newRow("one less, and the marker is there") << 4 << 5 << true;
+        QTest::newRow("one less, and the marker is not there") << 5 << 5 << false;
+        QTest::newRow("four") << 2 << 4 << false;
     }
 
     void aRedoIsForgottenWhereTheBodyHasOtherMarkersMeanwhile()
     {
+        QFETCH(int, marker);
         QFETCH(int, count);
         QFETCH(bool, possible);
         work([&] {
             fixture().choose(DialogFixture::Wand);
-            deleteMarker(4);
+            deleteMarker(marker);
             press("undo_button");
             QVERIFY(fixture().isEnabled("redo_button"));
             fixture().choose(DialogFixture::Plain);

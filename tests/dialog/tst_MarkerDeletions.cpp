@@ -117,7 +117,7 @@ private slots:
         QVERIFY(deletions.markersAtOpening(kWand).positions.isEmpty());
         QVERIFY(undone(deletions, kWand).positions.isEmpty());
         deletions.redo(kWand, listOf(6, 1));
-        undoAllOf(deletions);
+        deletions.undoAll(kWand);
         deletions.notWritten(kWand);
         deletions.carryAlong(kWand, bsMatrix::identity());
         QVERIFY(!deletions.canUndo(kWand));
