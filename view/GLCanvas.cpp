@@ -842,12 +842,13 @@ void GLCanvas::mouseMoveEvent(QMouseEvent *event)
     m_lastMousePosition = position;
     if (m_suspended || !m_body.isLoaded() || m_dragMode == NoDrag)
         return;
-    if (m_dragMode == PanDrag)
+    if (m_dragMode == PanDrag) {
         translateView(moved.x(), -moved.y(), 0.0);
-    else if (m_dragMode == ZoomDrag)
+    } else if (m_dragMode == ZoomDrag) {
         translateView(0.0, 0.0, moved.y());
-    else
+    } else {
         rotateView(moved.y(), moved.x(), 0.0);
+    }
     emit storeViewRequest();
 }
 
