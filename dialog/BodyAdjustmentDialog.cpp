@@ -292,7 +292,7 @@ void BodyAdjustmentDialog::connectWidgets()
                 // ask for its changes and load another one. Where the controller may hold other
                 // markers than those shown, it is the way to read them again.
                 if (index < 0 || index != m_inCanvas.listIndex || index != m_chosen.listIndex ||
-                    !m_shownIsHeld)
+                    !m_markersAreCertain)
                     update_current_body(index);
             });
     connect(this, &BodyAdjustmentDialog::set_chosen_body_tracked, this,
@@ -657,7 +657,7 @@ bool BodyAdjustmentDialog::showCalibratedBody(bool alwaysEnableEditing)
         m_pollTimer->start();
         return false;
     }
-    m_shownIsHeld = true;
+    m_markersAreCertain = true;
     // Whether this one is tracked is told by the next data line.
     if (m_bodyState == BodyState::NotCalibrated)
         showBodyState(BodyState::None);
@@ -897,7 +897,7 @@ bool BodyAdjustmentDialog::canDeleteMarkers() const
     const int count = m_canvas->body().markerCount();
     // A body that must not be edited keeps its markers, also from the keyboard; so does one of
     // which the controller may hold other markers than those shown: their numbers would differ.
-    return m_form->tab->isEnabled() && m_shownIsHeld && versionAtLeast(m_versions, 1, 17) &&
+    return m_form->tab->isEnabled() && m_markersAreCertain && versionAtLeast(m_versions, 1, 17) &&
            m_chosen.isSame(m_inCanvas) && count > kFewestMarkers && marker >= 0 && marker < count;
 }
 
@@ -908,7 +908,7 @@ bool BodyAdjustmentDialog::canUndoDeletion() const
 
 int BodyAdjustmentDialog::markerToDeleteAgain() const
 {
-    if (!m_chosen.isSame(m_inCanvas) || !m_shownIsHeld)
+    if (!m_chosen.isSame(m_inCanvas) || !m_markersAreCertain)
         return -1;
     // The body may have been given other markers meanwhile.
     const int count = m_loaded.positions.size();
@@ -1155,7 +1155,7 @@ void BodyAdjustmentDialog::deleteMarker(int marker)
         adoptDeletion(marker);
     } else {
         m_deletions.notConfirmed(m_chosen);
-        m_shownIsHeld = false;
+        m_markersAreCertain = false;
     }
     m_session.startMeasurement();
     // The body's index stands in for a list position here, and stays so.
@@ -1179,7 +1179,7 @@ bool BodyAdjustmentDialog::writeMarkers(const BodyIdentity &body, const MarkerLi
     if (!written)
         m_deletions.notWritten(body);
     if (body.isSame(m_inCanvas))
-        m_shownIsHeld = written;
+        m_markersAreCertain = written;
     return written;
 }
 

@@ -222,7 +222,7 @@ private:
 
     AppliedTransforms m_applied;
     /// False while the controller may hold other markers of the body in the canvas than m_loaded.
-    bool m_shownIsHeld = true;
+    bool m_markersAreCertain = true;
     MarkerDeletions m_deletions;
 
     QString m_requestingModule;

@@ -1,6 +1,7 @@
 #include "DialogFixture.h"
 
 #include <dialog/BodyAdjustmentDialog.h>
+#include <tests/support/Contrast.h>
 #include <tests/support/TestMain.h>
 #include <tests/widgets/FormChecks.h>
 #include <view/GLCanvas.h>
@@ -74,24 +75,6 @@ public:
         return lines.join(QLatin1Char('\n'));
     }
 };
-
-/// Relative luminance of an opaque colour (sRGB), from 0 to 1.
-double luminance(QRgb colour)
-{
-    const auto linear = [](int channel) {
-        const double value = channel / 255.0;
-        return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
-    };
-    return 0.2126 * linear(qRed(colour)) + 0.7152 * linear(qGreen(colour)) +
-           0.0722 * linear(qBlue(colour));
-}
-
-double contrast(QRgb a, QRgb b)
-{
-    const double bright = std::max(luminance(a), luminance(b));
-    const double dark = std::min(luminance(a), luminance(b));
-    return (bright + 0.05) / (dark + 0.05);
-}
 
 QPalette darkPalette()
 {
