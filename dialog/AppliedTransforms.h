@@ -16,9 +16,8 @@ public:
     void reset(int bodyCount);
 
     /// Keeps a transform that was written to the body of that number at that list position.
-    /// @param confirmed  whether the controller said that it took it; one that it refused counts
-    /// for
-    ///                   the slot, but did not change the body
+    /// @param confirmed  whether the controller said that it took it; one that it refused did not
+    ///                   change the body, but counts for the slot
     void add(int bodyNumber, int listIndex, const bsMatrix &written, bool confirmed);
 
     bool hasChanges() const;

@@ -2,31 +2,26 @@
 
 #include "AccessibleTexts.h"
 #include "BodyAdjustmentMessageReceiver.h"
+#include "BodyList.h"
+#include "MessageBoxes.h"
 #include "ui_BodyAdjustmentDialogClass.h"
 
 #include <host/BackendVersions.h>
 #include <model/bsPose.h>
-#include <protocol/VersionCheck.h>
 #include <view/GLCanvas.h>
 #include <widgets/BodyTable.h>
 #include <widgets/HelpDialog.h>
 #include <widgets/SetAxisDialog.h>
-#include <widgets/UnfocusedWheelFilter.h>
 #include <widgets/WidgetResources.h>
 #include <widgets/xyzWidget.h>
 
-#include <QAbstractItemView>
 #include <QEvent>
-#include <QGridLayout>
-#include <QItemSelectionModel>
 #include <QKeyEvent>
 #include <QPointer>
 #include <QShortcut>
-#include <QSignalBlocker>
 #include <QTimer>
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 namespace {
@@ -35,11 +30,6 @@ constexpr char kModuleName[] = "BodyAdjustmentModule";
 constexpr int kPollIntervalMs = 30;
 constexpr QSize kStatusPictureSize(18, 18);
 constexpr int kEmissionTabIndex = 2;
-/// A body keeps at least this many markers.
-constexpr int kFewestMarkers = 4;
-/// Counts that are assumed when the controller does not tell them.
-constexpr int kAssumedStandardBodies = 50;
-constexpr int kAssumedVimbars = 20;
 /// A larger count is a misread one and would only cost memory: what is kept for each body grows by
 /// itself when a body beyond it is written.
 constexpr int kMostBodies = 1000;
@@ -48,40 +38,8 @@ constexpr double kFullTurnDeg = 360.0;
 /// Left Shift, right Shift and Num Lock together, as Windows reports them.
 constexpr quint32 kBodyNameFocusModifiers = 0x211;
 
-const QLatin1String kStandardTarget("tt_std");
 const QLatin1String kFiveDofTarget("tt_5dof");
 const QLatin1String kCylinderSuffix("_cyl");
-
-/// True if sending the transform would change a number on the controller at the precision with
-/// which transforms are printed.
-bool isWorthSending(const bsMatrix &transform)
-{
-    constexpr double kPrintedLengthMm = 5e-4;
-    constexpr double kPrintedRotation = 1e-8;
-    const bsMatrix &identity = bsMatrix::identity();
-    for (int column = 0; column < 4; ++column) {
-        const double limit = column == 3 ? kPrintedLengthMm : kPrintedRotation;
-        for (int row = 0; row < 3; ++row) {
-            if (std::fabs(transform.element(row, column) - identity.element(row, column)) > limit)
-                return true;
-        }
-    }
-    return false;
-}
-
-/// A box takes its width from its text: a short question would leave its title no room beside the
-/// buttons of the window frame.
-void keepTitleReadable(QMessageBox *box)
-{
-    auto *layout = qobject_cast<QGridLayout *>(box->layout());
-    if (!layout)
-        return;
-    constexpr int kFrameButtonsEm = 10;
-    const QFontMetrics metrics = box->fontMetrics();
-    const int width =
-        metrics.horizontalAdvance(box->windowTitle()) + kFrameButtonsEm * metrics.height();
-    layout->addItem(new QSpacerItem(width, 0), layout->rowCount(), 0, 1, layout->columnCount());
-}
 
 } // namespace
 
@@ -90,11 +48,10 @@ BodyAdjustmentDialog::BodyAdjustmentDialog(IOManager *manager, QWidget *parent,
     : QDialog(parent)
     , m_form(std::make_unique<Ui::BodyAdjustmentDialogClass>())
     , m_channel(manager)
-    , m_versions(versions)
-    , m_parentWidget(parent)
     , m_catalogue(&m_channel, versions)
     , m_writer(&m_channel, versions)
     , m_session(&m_channel, &m_catalogue, versions)
+    , m_changes(&m_writer, &m_session, &m_channel)
 {
     initWidgetResources();
     m_form->setupUi(this);
@@ -109,12 +66,13 @@ BodyAdjustmentDialog::BodyAdjustmentDialog(IOManager *manager, QWidget *parent,
     m_pollTimer = new QTimer(this);
     m_pollTimer->setInterval(kPollIntervalMs);
     m_setAxisDialog = new SetAxisDialog(this);
+    m_bodyList = new BodyList(m_form->body_name, this);
     createCanvasAndMenus();
     configureValueWidgets();
     connectWidgets();
     handOverDisplayFlags(m_canvas, m_display);
     m_canvas->setOnline(false);
-    setChosenBody(QString(), -1, false, QString(), -1);
+    setChosenBody(ListedBody());
 
     setRoomButtonsEnabled(false);
     m_form->set_origin_button->setEnabled(false);
@@ -138,9 +96,7 @@ BodyAdjustmentDialog::~BodyAdjustmentDialog()
     if (m_openBoxes > 0) {
         // The dialog ends inside a message box that a change of the body list may have opened. The
         // list is still on the call stack and lives until that has unwound.
-        m_form->body_name->disconnect();
-        m_form->body_name->setParent(nullptr);
-        m_form->body_name->deleteLater();
+        m_bodyList->releaseBox();
     }
     m_canvas->disconnect(this);
     delete m_canvas;
@@ -225,9 +181,6 @@ void BodyAdjustmentDialog::configureValueWidgets()
     configure(m_form->body_ori_xyzWidget, SpinBoxOnly, 0.0, kFullTurnDeg, true);
     configure(m_form->pos_xyzWidget, WheelOnly, -kPositionRange, kPositionRange, false);
     configure(m_form->ori_xyzWidget, WheelOnly, 0.0, kFullTurnDeg, true);
-
-    // The list would change body under a pointer that only scrolls past it.
-    UnfocusedWheelFilter::install(m_form->body_name);
 }
 
 void BodyAdjustmentDialog::connectWidgets()
@@ -275,26 +228,7 @@ void BodyAdjustmentDialog::connectWidgets()
     connect(m_canvas, &GLCanvas::canRedo, m_form->redo_button, &QPushButton::setEnabled);
     connect(m_pollTimer, &QTimer::timeout, m_canvas, &GLCanvas::updateGL);
     connect(m_pollTimer, &QTimer::timeout, this, &BodyAdjustmentDialog::update_track);
-    connect(m_form->body_name, QOverload<int>::of(&QComboBox::highlighted), m_form->body_name,
-            QOverload<int>::of(&QComboBox::currentIndexChanged));
-    connect(m_form->body_name, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
-            [this](int index) {
-                if (isOnlyFocused(index)) {
-                    // Left the current one, the row would not be highlighted when pointed at. A
-                    // row that is being pressed is selected next.
-                    QTimer::singleShot(0, this, [this, index] {
-                        if (isOnlyFocused(index))
-                            m_form->body_name->view()->selectionModel()->clearCurrentIndex();
-                    });
-                    return;
-                }
-                // Opening the list highlights the body that is shown; only leaving it may
-                // ask for its changes and load another one. Where the controller may hold other
-                // markers than those shown, it is the way to read them again.
-                if (index < 0 || index != m_inCanvas.listIndex || index != m_chosen.listIndex ||
-                    !m_markersAreCertain)
-                    update_current_body(index);
-            });
+    connect(m_bodyList, &BodyList::pointedAt, this, &BodyAdjustmentDialog::loadBodyPointedAt);
     connect(this, &BodyAdjustmentDialog::set_chosen_body_tracked, this,
             &BodyAdjustmentDialog::update_room_buttons);
     connect(m_canvas, &GLCanvas::canDeleteMarker, this, &BodyAdjustmentDialog::onCanDeleteMarker);
@@ -323,34 +257,10 @@ int BodyAdjustmentDialog::update_and_exec()
     m_running = true;
     m_hasBeenShown = false;
 
-    m_readOnly = m_session.readConfigurationLocked();
-    if (m_readOnly) {
-        setWindowIcon(m_lockIcon);
-        disableEditing(true);
-        setTabsEnabled(false);
-    } else {
-        setWindowIcon(m_parentWidget ? m_parentWidget->windowIcon() : QIcon());
-        enableEditing(true);
-        setTabsEnabled(true);
-    }
-
-    if (!m_session.readTrackingAvailable()) {
-        setErrorText(tr("<b><font color=red>Tracking is not available!</font></b>"));
-        m_form->reset_view_button->setEnabled(false);
-    } else {
-        setErrorText(QString());
-        m_form->reset_view_button->setEnabled(true);
-        m_form->loadBody->setText(tr("Bod&y"));
-        showBodyState(BodyState::None);
-    }
-
-    m_form->set_origin_button->setEnabled(false);
-    m_form->set_axis_button->setEnabled(false);
-    m_deletions.clear();
-    const int standardCount =
-        m_catalogue.bodyCount("body number_of_bodies standard", kAssumedStandardBodies);
-    const int vimbarCount = m_catalogue.bodyCount("body number_of_bodies vimbar", kAssumedVimbars);
-    m_applied.reset(std::clamp(standardCount, 0, kMostBodies) +
+    readControllerState();
+    const int standardCount = m_catalogue.readStandardBodyCount();
+    const int vimbarCount = m_catalogue.readVimbarCount();
+    m_changes.begin(std::clamp(standardCount, 0, kMostBodies) +
                     std::clamp(vimbarCount, 0, kMostBodies));
 
     m_controllerTaken = true;
@@ -361,23 +271,15 @@ int BodyAdjustmentDialog::update_and_exec()
 
     if (!m_requestingModule.isEmpty()) {
         m_form->body_name->setEnabled(false);
-        enableEditing(false);
-        if (!selectRequestedBody())
+        enableEditing();
+        setViewControlsEnabled(true);
+        if (!chooseRequestedBody())
             return QDialog::Rejected;
     } else {
         m_form->body_name->setEnabled(true);
         m_form->body_name->setFocus();
-        m_form->reset_view_button->setEnabled(true);
-        m_form->pos_xyzWidget->setEnabled(true);
-        m_form->ori_xyzWidget->setEnabled(true);
-        m_form->pushButton_due_to_body->setEnabled(false);
-        m_form->apply_button->setEnabled(false);
-        m_form->body_pos_xyzWidget->setEnabled(false);
-        m_form->body_ori_xyzWidget->setEnabled(false);
-        m_form->undo_button->setEnabled(false);
-        m_form->redo_button->setEnabled(false);
-        m_form->set_origin_cog_button->setEnabled(false);
-        m_form->pushButton_deleteMarker->setEnabled(false);
+        setViewControlsEnabled(true);
+        disableEditing();
     }
 
     m_tracking.setMultiUserWithHead(m_catalogue.isMultiUserWithHeadOn());
@@ -392,6 +294,9 @@ int BodyAdjustmentDialog::update_and_exec()
     if (!guard)
         return result;
     m_running = false;
+    // The end of the program ends exec() and leaves the window open.
+    if (isVisible())
+        hide();
     if (m_controllerTaken) {
         // Hidden by someone else than OK or Cancel.
         restoreController();
@@ -405,6 +310,34 @@ int BodyAdjustmentDialog::update_and_exec()
             Qt::QueuedConnection);
     }
     return result;
+}
+
+/// The controls follow what the controller allows.
+void BodyAdjustmentDialog::readControllerState()
+{
+    m_readOnly = m_session.readConfigurationLocked();
+    setViewControlsEnabled(false);
+    setTabsEnabled(!m_readOnly);
+    if (m_readOnly) {
+        setWindowIcon(m_lockIcon);
+        disableEditing();
+    } else {
+        setWindowIcon(parentWidget() ? parentWidget()->windowIcon() : QIcon());
+        enableEditing();
+    }
+
+    if (!m_session.readTrackingAvailable()) {
+        setErrorText(tr("<b><font color=red>Tracking is not available!</font></b>"));
+        m_form->reset_view_button->setEnabled(false);
+    } else {
+        setErrorText(QString());
+        m_form->reset_view_button->setEnabled(true);
+        m_form->loadBody->setText(tr("Bod&y"));
+        showBodyState(BodyState::None);
+    }
+
+    m_form->set_origin_button->setEnabled(false);
+    m_form->set_axis_button->setEnabled(false);
 }
 
 // The signature by which other code finds the slot.
@@ -435,14 +368,7 @@ void BodyAdjustmentDialog::onReceiveOpenBodyAdjustmentDialog(QString src, QStrin
 void BodyAdjustmentDialog::buildBodyList()
 {
     const BodyCatalogue::List list = m_catalogue.readBodyList();
-    {
-        // Filling selects the first item and would load it.
-        const QSignalBlocker blocker(m_form->body_name);
-        m_form->body_name->clear();
-        for (const BodyCatalogue::Item &item : list.items)
-            m_form->body_name->addItem(QIcon(), item.displayText, item.entry.toText());
-        m_form->body_name->setCurrentIndex(-1);
-    }
+    m_bodyList->fill(list.items);
     m_multiUserWarning = list.multiUserWarning;
     m_openingText = openingText();
     setErrorText(m_openingText);
@@ -459,16 +385,13 @@ QString BodyAdjustmentDialog::openingText() const
 }
 
 /// @return false if the dialog has gone
-bool BodyAdjustmentDialog::selectRequestedBody()
+bool BodyAdjustmentDialog::chooseRequestedBody()
 {
+    const int position = m_bodyList->positionOf(m_requestedBody);
+    if (position < 0)
+        return true;
     const QPointer<BodyAdjustmentDialog> guard(this);
-    const QString prefix = m_requestedBody + QLatin1Char('|');
-    for (int i = 0; i < m_form->body_name->count(); ++i) {
-        if (m_form->body_name->itemData(i).toString().startsWith(prefix)) {
-            m_form->body_name->setCurrentIndex(i);
-            break;
-        }
-    }
+    m_bodyList->choose(position);
     return !guard.isNull();
 }
 
@@ -512,8 +435,10 @@ void BodyAdjustmentDialog::reject()
     if (m_askingToDiscard)
         return;
     finishOpenEdits();
-    writeMarkersOfOpeningBack();
-    if (m_applied.hasChanges() || m_canvas->hasUnappliedChanges()) {
+    // Should the dialog stay open, it shows what the controller holds.
+    if (m_changes.writeMarkersOfOpening())
+        showMarkersAgain();
+    if (m_changes.hasTransforms() || m_canvas->hasUnappliedChanges()) {
         const QPointer<BodyAdjustmentDialog> guard(this);
         m_askingToDiscard = true;
         const QMessageBox::StandardButton answer = runBox(
@@ -524,32 +449,13 @@ void BodyAdjustmentDialog::reject()
         m_askingToDiscard = false;
         if (answer != QMessageBox::Yes)
             return;
-        restoreChangedBodies();
+        m_changes.discardTransforms([this](int position) { return m_bodyList->entryAt(position); });
         emptyCanvas();
     }
     m_session.stopMeasurement();
     restoreController();
     QDialog::reject();
     answerRequest();
-}
-
-void BodyAdjustmentDialog::writeMarkersOfOpeningBack()
-{
-    const QList<BodyIdentity> bodies = m_deletions.changedBodies();
-    if (bodies.isEmpty())
-        return;
-    m_session.stopMeasurement();
-    for (const BodyIdentity &body : bodies) {
-        const MarkerList markers = m_deletions.markersAtOpening(body);
-        if (writeMarkers(body, markers))
-            m_deletions.undoAll(body);
-        if (body.isSame(m_inCanvas)) {
-            // Should the dialog stay open, it shows what the controller holds.
-            m_loaded = markers;
-            showLoadedMarkersAgain();
-        }
-    }
-    m_session.startMeasurement();
 }
 
 void BodyAdjustmentDialog::restoreController()
@@ -569,6 +475,16 @@ void BodyAdjustmentDialog::answerRequest()
 
 // Choosing a body ---------------------------------------------------------------------------------
 
+/// Opening the list points at the body that is shown; only leaving it may ask for its changes and
+/// load another one. Where the controller may hold other markers than those shown, it is the way to
+/// read them again.
+void BodyAdjustmentDialog::loadBodyPointedAt(int position)
+{
+    const bool isShown = position == m_changes.shown().listIndex && position == m_chosen.listIndex;
+    if (position < 0 || !isShown || !m_changes.areMarkersCertain())
+        update_current_body(position);
+}
+
 void BodyAdjustmentDialog::update_current_body(int index, bool show_msg)
 {
     m_pollTimer->stop();
@@ -581,14 +497,11 @@ void BodyAdjustmentDialog::update_current_body(int index, bool show_msg)
     finishOpenEdits();
     if (m_canvas->hasUnappliedChanges() && show_msg) {
         // The open list would keep the mouse from the question.
-        m_form->body_name->hidePopup();
-        const QPointer<BodyAdjustmentDialog> guard(this);
-        const bool wasVisible = isVisible();
+        m_bodyList->hidePopup();
         const QMessageBox::StandardButton answer =
-            runBox(QMessageBox::Warning, tr("Body Adjustment"), tr("Apply the changes?"),
-                   QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes);
-        // The host may have ended or hidden the dialog meanwhile.
-        if (!guard || (wasVisible && !isVisible()))
+            ask(QMessageBox::Warning, tr("Body Adjustment"), tr("Apply the changes?"),
+                QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes);
+        if (answer == QMessageBox::NoButton)
             return;
         if (answer == QMessageBox::Yes)
             writeTransform();
@@ -597,11 +510,7 @@ void BodyAdjustmentDialog::update_current_body(int index, bool show_msg)
     if (!loadChosenBody(index, false))
         return;
     setOnlineBoxFromState();
-    {
-        // The body is loaded; showing it in the list must not load it again.
-        const QSignalBlocker blocker(m_form->body_name);
-        m_form->body_name->setCurrentIndex(index);
-    }
+    m_bodyList->showChosen(index);
     m_pollTimer->start();
 }
 
@@ -616,7 +525,7 @@ void BodyAdjustmentDialog::chooseNoBody()
     m_table->clearTable();
     if (m_canvas->isBodyLoaded())
         emptyCanvas();
-    setChosenBody(QString(), -1, false, QString(), -1);
+    setChosenBody(ListedBody());
     m_form->loadBody->setText(captionOfChosenBody());
     showBodyState(BodyState::None);
     setOnlineBoxFromState();
@@ -627,15 +536,18 @@ void BodyAdjustmentDialog::chooseNoBody()
 bool BodyAdjustmentDialog::loadChosenBody(int index, bool alwaysEnableEditing)
 {
     setErrorText(m_openingText);
-    BodyListEntry entry;
-    const int position = index < 0 ? m_form->body_name->currentIndex() : index;
-    if (!BodyListEntry::fromText(m_form->body_name->itemData(position).toString(), &entry)) {
-        setChosenBody(QString(), 0, false, QString(kStandardTarget), position);
+    const int position = index < 0 ? m_bodyList->currentPosition() : index;
+    const std::optional<BodyListEntry> entry = m_bodyList->entryAt(position);
+    if (!entry) {
+        BodyListEntry unreadable;
+        unreadable.number = 1;
+        unreadable.targetType = kStandardTarget;
+        setChosenBody(ListedBody(unreadable, position));
         m_pollTimer->start();
         return false;
     }
-    setChosenBody(entry.type, entry.number - 1, entry.calibrated, entry.targetType, position);
-    if (!m_chosenCalibrated) {
+    setChosenBody(ListedBody(*entry, position));
+    if (!m_chosen.isCalibrated) {
         showUncalibratedBody();
         return true;
     }
@@ -650,70 +562,53 @@ bool BodyAdjustmentDialog::showCalibratedBody(bool alwaysEnableEditing)
     MarkerList markers;
     if (!m_catalogue.loadMarkers(m_chosen.type, m_chosen.number(), &markers.positions,
                                  &markers.emissions)) {
-        if (m_inCanvas.isValid())
-            chooseBodyInCanvas();
+        if (m_changes.shown().isValid())
+            chooseShownBody();
         refreshEditButtons();
         onCanDeleteMarker();
         m_pollTimer->start();
         return false;
     }
-    m_markersAreCertain = true;
     // Whether this one is tracked is told by the next data line.
     if (m_bodyState == BodyState::NotCalibrated)
         showBodyState(BodyState::None);
-    m_loaded = markers;
-    m_table->showRawMarkers(m_chosen.number(), m_loaded.positions, m_loaded.emissions);
+    m_table->showRawMarkers(m_chosen.number(), markers.positions, markers.emissions);
     if (m_canvas->isBodyLoaded())
         emptyCanvas();
     const QPointer<BodyAdjustmentDialog> guard(this);
     // A body that is none is reported in a message box.
     ++m_openBoxes;
-    const bool shown = m_canvas->setBody(m_loaded.positions, m_loaded.emissions);
+    const bool shown = m_canvas->setBody(markers.positions, markers.emissions);
     if (!guard)
         return false;
     --m_openBoxes;
     if (shown) {
-        m_inCanvas = m_chosen;
+        m_changes.setShown(m_chosen, markers);
         if (m_form->online_checkbox->isChecked())
             m_canvas->setOnline(true);
     }
     refreshEditButtons();
     // Also while online: the room buttons are for standard targets only.
-    if (m_chosenTargetType != kStandardTarget)
+    if (m_chosen.targetType != kStandardTarget)
         setRoomButtonsEnabled(false);
     if (alwaysEnableEditing || (!m_readOnly && !hasCylinderMarkers())) {
-        enableEditing(false);
+        enableEditing();
         setTabsEnabled(true);
     } else {
-        disableEditing(false);
+        disableEditing();
         setTabsEnabled(false);
     }
+    setViewControlsEnabled(true);
     return true;
-}
-
-/// An open list with nothing chosen makes its first row the current one when it gets the focus;
-/// the user did not highlight it.
-bool BodyAdjustmentDialog::isOnlyFocused(int listIndex) const
-{
-    const QAbstractItemView *view = m_form->body_name->view();
-    const QModelIndex current = view->currentIndex();
-    return current.isValid() && current.row() == listIndex &&
-           m_form->body_name->currentIndex() != listIndex &&
-           !view->selectionModel()->isSelected(current);
 }
 
 /// The body that is still shown is the chosen one again, in the list too: what is seen, what is
 /// named and what would be written must not differ.
-void BodyAdjustmentDialog::chooseBodyInCanvas()
+void BodyAdjustmentDialog::chooseShownBody()
 {
-    const int listIndex = m_inCanvas.listIndex;
-    BodyListEntry entry;
-    if (!BodyListEntry::fromText(m_form->body_name->itemData(listIndex).toString(), &entry))
-        return;
-    setChosenBody(entry.type, entry.number - 1, entry.calibrated, entry.targetType, listIndex);
+    setChosenBody(m_changes.shown());
     m_form->loadBody->setText(captionOfChosenBody());
-    const QSignalBlocker blocker(m_form->body_name);
-    m_form->body_name->setCurrentIndex(listIndex);
+    m_bodyList->showChosen(m_chosen.listIndex);
 }
 
 void BodyAdjustmentDialog::showUncalibratedBody()
@@ -726,7 +621,8 @@ void BodyAdjustmentDialog::showUncalibratedBody()
     if (m_canvas->isBodyLoaded())
         emptyCanvas();
     refreshEditButtons();
-    disableEditing(true);
+    setViewControlsEnabled(false);
+    disableEditing();
     setRoomButtonsEnabled(false);
 }
 
@@ -736,25 +632,20 @@ void BodyAdjustmentDialog::emptyCanvas()
     finishViewEdits();
     m_canvas->setOnline(false);
     m_canvas->clearBody();
-    m_inCanvas = BodyIdentity();
+    m_changes.setNoneShown();
 }
 
-void BodyAdjustmentDialog::setChosenBody(const QString &type, int index, bool calibrated,
-                                         const QString &targetType, int listIndex)
+void BodyAdjustmentDialog::setChosenBody(const ListedBody &body)
 {
-    m_chosen.type = type;
-    m_chosen.index = index;
-    m_chosen.listIndex = listIndex;
-    m_chosenCalibrated = calibrated;
-    m_chosenTargetType = targetType;
-    m_tracking.choose(type, index);
+    m_chosen = body;
+    m_tracking.choose(body.type, body.index);
     // Lines of the body that was left may have come until now.
     m_tracking.forget();
 }
 
 QString BodyAdjustmentDialog::captionOfChosenBody() const
 {
-    if (m_chosen.isValid() && !m_chosenCalibrated && !m_chosen.type.isEmpty())
+    if (m_chosen.isValid() && !m_chosen.isCalibrated && !m_chosen.type.isEmpty())
         return tr("<b><font color=red>Bod&y not calibrated!</font></b>");
     return hasCylinderMarkers() ? tr("<b><font color=gray>Bod&y has cylinder marker!</font></b>")
                                 : tr("Bod&y");
@@ -762,19 +653,23 @@ QString BodyAdjustmentDialog::captionOfChosenBody() const
 
 bool BodyAdjustmentDialog::hasCylinderMarkers() const
 {
-    return m_chosenTargetType.endsWith(kCylinderSuffix);
+    return m_chosen.targetType.endsWith(kCylinderSuffix);
 }
 
 // State of the controls ---------------------------------------------------------------------------
 
-void BodyAdjustmentDialog::enableEditing(bool viewDisabled)
+void BodyAdjustmentDialog::setViewControlsEnabled(bool enabled)
 {
-    m_form->reset_view_button->setDisabled(viewDisabled);
-    m_form->pos_xyzWidget->setDisabled(viewDisabled);
-    m_form->ori_xyzWidget->setDisabled(viewDisabled);
+    m_form->reset_view_button->setEnabled(enabled);
+    m_form->pos_xyzWidget->setEnabled(enabled);
+    m_form->ori_xyzWidget->setEnabled(enabled);
+}
+
+void BodyAdjustmentDialog::enableEditing()
+{
     if (!m_readOnly) {
-        m_form->pushButton_due_to_body->setEnabled(m_chosenTargetType == kStandardTarget);
-        m_form->body_pos_xyzWidget->setEnabled(m_chosenTargetType != kFiveDofTarget);
+        m_form->pushButton_due_to_body->setEnabled(m_chosen.targetType == kStandardTarget);
+        m_form->body_pos_xyzWidget->setEnabled(m_chosen.targetType != kFiveDofTarget);
         m_form->body_ori_xyzWidget->setEnabled(true);
         m_form->set_origin_cog_button->setEnabled(true);
     }
@@ -783,11 +678,8 @@ void BodyAdjustmentDialog::enableEditing(bool viewDisabled)
     m_form->pushButton_deleteMarker->setEnabled(false);
 }
 
-void BodyAdjustmentDialog::disableEditing(bool viewDisabled)
+void BodyAdjustmentDialog::disableEditing()
 {
-    m_form->reset_view_button->setDisabled(viewDisabled);
-    m_form->pos_xyzWidget->setDisabled(viewDisabled);
-    m_form->ori_xyzWidget->setDisabled(viewDisabled);
     m_form->pushButton_due_to_body->setEnabled(false);
     m_form->apply_button->setEnabled(false);
     m_form->body_pos_xyzWidget->setEnabled(false);
@@ -817,7 +709,7 @@ void BodyAdjustmentDialog::setRoomButtonsEnabled(bool enabled)
 void BodyAdjustmentDialog::setOnlineBoxFromState()
 {
     m_form->online_checkbox->setEnabled(m_session.isMeasurementRunning() && m_chosen.isValid() &&
-                                        m_chosenCalibrated);
+                                        m_chosen.isCalibrated);
 }
 
 void BodyAdjustmentDialog::setErrorText(const QString &text)
@@ -880,9 +772,9 @@ void BodyAdjustmentDialog::enableEmissionTab(bool /*b*/) {}
 
 void BodyAdjustmentDialog::update_room_buttons(bool status)
 {
-    if (m_online && !m_readOnly && m_chosenCalibrated && m_chosenTargetType == kStandardTarget)
+    if (m_online && !m_readOnly && m_chosen.isCalibrated && m_chosen.targetType == kStandardTarget)
         setRoomButtonsEnabled(status);
-    if (m_chosen.isValid() && m_chosenCalibrated)
+    if (m_chosen.isValid() && m_chosen.isCalibrated)
         showBodyState(status ? BodyState::Tracked : BodyState::NotTracked);
 }
 
@@ -891,35 +783,32 @@ void BodyAdjustmentDialog::onCanDeleteMarker()
     m_form->pushButton_deleteMarker->setEnabled(canDeleteMarkers());
 }
 
+bool BodyAdjustmentDialog::isChosenBodyShown() const
+{
+    return m_chosen.isSame(m_changes.shown());
+}
+
 bool BodyAdjustmentDialog::canDeleteMarkers() const
 {
-    const int marker = m_canvas->selectedMarkerNumber();
-    const int count = m_canvas->body().markerCount();
-    // A body that must not be edited keeps its markers, also from the keyboard; so does one of
-    // which the controller may hold other markers than those shown: their numbers would differ.
-    return m_form->tab->isEnabled() && m_markersAreCertain && versionAtLeast(m_versions, 1, 17) &&
-           m_chosen.isSame(m_inCanvas) && count > kFewestMarkers && marker >= 0 && marker < count;
+    // A body that must not be edited keeps its markers, also from the keyboard.
+    return m_form->tab->isEnabled() && isChosenBodyShown() &&
+           m_changes.canDelete(m_canvas->selectedMarkerNumber());
 }
 
 bool BodyAdjustmentDialog::canUndoDeletion() const
 {
-    return m_chosen.isSame(m_inCanvas) && m_deletions.canUndo(m_chosen);
+    return isChosenBodyShown() && m_changes.canUndoDeletion();
 }
 
-int BodyAdjustmentDialog::markerToDeleteAgain() const
+bool BodyAdjustmentDialog::canRedoDeletion() const
 {
-    if (!m_chosen.isSame(m_inCanvas) || !m_markersAreCertain)
-        return -1;
-    // The body may have been given other markers meanwhile.
-    const int count = m_loaded.positions.size();
-    const int marker = m_deletions.pendingMarker(m_chosen);
-    return count > kFewestMarkers && marker < count ? marker : -1;
+    return isChosenBodyShown() && m_changes.canRedoDeletion();
 }
 
 void BodyAdjustmentDialog::refreshEditButtons()
 {
     m_form->undo_button->setEnabled(m_canvas->body().undoCount() > 0 || canUndoDeletion());
-    m_form->redo_button->setEnabled(m_canvas->body().redoCount() > 0 || markerToDeleteAgain() >= 0);
+    m_form->redo_button->setEnabled(m_canvas->body().redoCount() > 0 || canRedoDeletion());
     m_form->apply_button->setEnabled(m_canvas->hasUnappliedChanges());
 }
 
@@ -1052,52 +941,17 @@ void BodyAdjustmentDialog::on_apply_button_clicked()
 void BodyAdjustmentDialog::writeTransform()
 {
     const bsMatrix transform = bsPose::fromMatrix(m_canvas->bodyTransform(), 0.0).toMatrix();
-    bool confirmed = false;
-    if (!m_writer.writeTransform(m_inCanvas.type, m_inCanvas.number(), transform, &confirmed))
+    if (!m_changes.writeTransform(transform))
         return;
-    m_applied.add(m_inCanvas.number(), m_inCanvas.listIndex, transform, confirmed);
-    if (confirmed)
-        adoptWrittenTransform(transform);
-}
-
-/// The body is shown as the controller now holds it. Should the reading that follows fail, nothing
-/// is left that could be written once more.
-void BodyAdjustmentDialog::adoptWrittenTransform(const bsMatrix &transform)
-{
+    // The body is shown as the controller now holds it. Should the reading that follows fail,
+    // nothing is left that could be written once more.
     MarkerList markers = {m_canvas->body().markerPositions(), {}};
     const QList<MarkerRecord> records = m_canvas->markerRecords();
     for (const MarkerRecord &record : records)
         markers.emissions.append(record.emission);
     markers.transform(transform);
     m_canvas->setBody(markers.positions, markers.emissions);
-    m_loaded.transform(transform);
-    m_deletions.carryAlong(m_inCanvas, transform);
     onCanDeleteMarker();
-}
-
-void BodyAdjustmentDialog::restoreChangedBodies()
-{
-    for (int i = 0; i < m_applied.listSize(); ++i) {
-        if (!m_applied.isChanged(i))
-            continue;
-        BodyListEntry entry;
-        if (!BodyListEntry::fromText(m_form->body_name->itemData(i).toString(), &entry))
-            continue;
-        if (entry.number < 1) {
-            m_channel.postError("Error: Wrong body ID. Cannot discard changes");
-            break;
-        }
-        bool discarded = false;
-        if (!m_writer.writeTransform(entry.type, entry.number,
-                                     m_applied.discardTransform(entry.number), &discarded))
-            break;
-        // What the controller refused is reported and not tried again.
-        const bsMatrix correction = m_applied.correctionAfterDiscard(entry.number, i);
-        if (discarded && isWorthSending(correction) &&
-            !m_writer.writeTransform(entry.type, entry.number, correction))
-            break;
-    }
-    m_applied.reset(m_applied.listSize());
 }
 
 void BodyAdjustmentDialog::on_undo_button_clicked()
@@ -1109,26 +963,20 @@ void BodyAdjustmentDialog::on_undo_button_clicked()
         refreshEditButtons();
         return;
     }
-    m_loaded = m_deletions.beforeLast(m_chosen);
-    m_session.stopMeasurement();
-    // What could not be written can be tried again.
-    if (writeMarkers(m_chosen, m_loaded))
-        m_deletions.undo(m_chosen);
-    m_session.startMeasurement();
-    showLoadedMarkersAgain();
+    m_changes.undoDeletion();
+    showMarkersAgain();
 }
 
 void BodyAdjustmentDialog::on_redo_button_clicked()
 {
     finishOpenEdits();
-    const int marker = markerToDeleteAgain();
-    if (marker < 0) {
+    if (!canRedoDeletion()) {
         m_canvas->redo();
         refreshEditButtons();
         return;
     }
-    m_deletions.redo(m_chosen, m_loaded);
-    deleteMarker(marker);
+    m_changes.redoDeletion();
+    showDeletion();
 }
 
 void BodyAdjustmentDialog::on_pushButton_deleteMarker_clicked()
@@ -1136,58 +984,28 @@ void BodyAdjustmentDialog::on_pushButton_deleteMarker_clicked()
     if (!canDeleteMarkers())
         return;
     const int marker = m_canvas->selectedMarkerNumber();
-    const QPointer<BodyAdjustmentDialog> guard(this);
-    const bool wasVisible = isVisible();
     const QMessageBox::StandardButton answer =
-        runBox(QMessageBox::Question, tr("QUOREL4"), tr("Delete selected marker?"),
-               QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::Cancel);
-    // The host may have ended or hidden the dialog meanwhile.
-    if (!guard || answer != QMessageBox::Ok || (wasVisible && !isVisible()))
+        ask(QMessageBox::Question, tr("QUOREL4"), tr("Delete selected marker?"),
+            QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::Cancel);
+    if (answer != QMessageBox::Ok)
         return;
-    m_deletions.add(m_inCanvas, m_loaded, marker);
-    deleteMarker(marker);
+    m_changes.deleteMarker(marker);
+    showDeletion();
 }
 
-void BodyAdjustmentDialog::deleteMarker(int marker)
+void BodyAdjustmentDialog::showDeletion()
 {
-    m_session.stopMeasurement();
-    if (m_writer.deleteMarker(m_chosen.type, m_chosen.number(), marker)) {
-        adoptDeletion(marker);
-    } else {
-        m_deletions.notConfirmed(m_chosen);
-        m_markersAreCertain = false;
-    }
-    m_session.startMeasurement();
+    if (m_changes.areMarkersCertain())
+        showMarkersAgain();
     // The body's index stands in for a list position here, and stays so.
     update_current_body(m_chosen.index, true);
 }
 
-/// The body is shown without the marker that the controller has deleted. Should the reading that
-/// follows fail, the numbers of the markers are still those of the controller.
-void BodyAdjustmentDialog::adoptDeletion(int marker)
-{
-    m_loaded.positions.removeAt(marker);
-    if (marker < m_loaded.emissions.size())
-        m_loaded.emissions.removeAt(marker);
-    showLoadedMarkersAgain();
-}
-
-bool BodyAdjustmentDialog::writeMarkers(const BodyIdentity &body, const MarkerList &markers)
-{
-    const bool written =
-        m_writer.writeMarkers(body.type, body.number(), markers.positions, markers.emissions);
-    if (!written)
-        m_deletions.notWritten(body);
-    if (body.isSame(m_inCanvas))
-        m_markersAreCertain = written;
-    return written;
-}
-
 /// The markers of the body in the canvas were exchanged on the controller. What was done to its
 /// coordinate system goes on: the stored frame is the same.
-void BodyAdjustmentDialog::showLoadedMarkersAgain()
+void BodyAdjustmentDialog::showMarkersAgain()
 {
-    m_canvas->exchangeMarkers(m_loaded.positions, m_loaded.emissions);
+    m_canvas->exchangeMarkers(m_changes.markers().positions, m_changes.markers().emissions);
     refillTable();
     refreshEditButtons();
     onCanDeleteMarker();
@@ -1356,8 +1174,8 @@ void BodyAdjustmentDialog::update_track()
 {
     if (!m_online || !m_chosen.isValid())
         return;
-    const bool isStandard = ChosenBodyTracking::isStandard(m_chosen.type);
-    if (!isStandard && !ChosenBodyTracking::isVimbar(m_chosen.type)) {
+    const bool isStandard = isStandardType(m_chosen.type);
+    if (!isStandard && !isVimbarType(m_chosen.type)) {
         if (m_unknownTypeBoxOpen)
             return;
         m_unknownTypeBoxOpen = true;
@@ -1378,16 +1196,24 @@ QMessageBox::StandardButton BodyAdjustmentDialog::runBox(QMessageBox::Icon icon,
                                                          QMessageBox::StandardButtons buttons,
                                                          QMessageBox::StandardButton defaultButton)
 {
-    // The host may end inside the box's event loop and take the dialog, and the box with it.
+    // The host may end inside the box's event loop and take the dialog along.
     const QPointer<BodyAdjustmentDialog> guard(this);
-    const QPointer<QMessageBox> box(new QMessageBox(icon, title, text, buttons, this));
-    box->setDefaultButton(defaultButton);
-    keepTitleReadable(box.data());
     ++m_openBoxes;
-    const int result = box->exec();
-    if (!guard)
-        return QMessageBox::NoButton;
-    --m_openBoxes;
-    delete box.data();
-    return static_cast<QMessageBox::StandardButton>(result);
+    const QMessageBox::StandardButton answer =
+        runMessageBox(this, icon, title, text, buttons, defaultButton);
+    if (guard)
+        --m_openBoxes;
+    return answer;
+}
+
+QMessageBox::StandardButton BodyAdjustmentDialog::ask(QMessageBox::Icon icon, const QString &title,
+                                                      const QString &text,
+                                                      QMessageBox::StandardButtons buttons,
+                                                      QMessageBox::StandardButton defaultButton)
+{
+    const QPointer<BodyAdjustmentDialog> guard(this);
+    const bool wasVisible = isVisible();
+    const QMessageBox::StandardButton answer = runBox(icon, title, text, buttons, defaultButton);
+    const bool isStillAsked = guard && (isVisible() || !wasVisible);
+    return isStillAsked ? answer : QMessageBox::NoButton;
 }

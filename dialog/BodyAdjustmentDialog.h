@@ -1,8 +1,7 @@
 #pragma once
 
-#include "AppliedTransforms.h"
+#include "BodyChanges.h"
 #include "BodyIdentity.h"
-#include "MarkerDeletions.h"
 #include "ViewMenus.h"
 
 #include <host/Requester.h>
@@ -22,6 +21,7 @@
 #include <memory>
 
 class BodyAdjustmentMessageReceiver;
+class BodyList;
 class BodyTable;
 class GLCanvas;
 class IOManager;
@@ -127,21 +127,22 @@ private:
     void configureValueWidgets();
     void connectWidgets();
 
+    void readControllerState();
     void buildBodyList();
     QString openingText() const;
-    bool selectRequestedBody();
-    bool isOnlyFocused(int listIndex) const;
-    void setChosenBody(const QString &type, int index, bool calibrated, const QString &targetType,
-                       int listIndex);
+    bool chooseRequestedBody();
+    void loadBodyPointedAt(int position);
+    void setChosenBody(const ListedBody &body);
     void chooseNoBody();
     /// @return false if the entry or its markers could not be read, or the dialog has gone
     bool loadChosenBody(int index, bool alwaysEnableEditing);
     bool showCalibratedBody(bool alwaysEnableEditing);
     void showUncalibratedBody();
-    void chooseBodyInCanvas();
+    void chooseShownBody();
     void emptyCanvas();
-    void enableEditing(bool viewDisabled);
-    void disableEditing(bool viewDisabled);
+    void setViewControlsEnabled(bool enabled);
+    void enableEditing();
+    void disableEditing();
     void setTabsEnabled(bool enabled);
     void setRoomButtonsEnabled(bool enabled);
     void setOnlineBoxFromState();
@@ -153,28 +154,23 @@ private:
     /// Counts a value that is typed but not confirmed as finished.
     void finishOpenEdits();
     void finishViewEdits();
+    bool isChosenBodyShown() const;
+    /// False: Undo and Redo are the canvas's.
     bool canUndoDeletion() const;
-    /// The marker that Redo deletes, 0-based; -1: Redo is the canvas's.
-    int markerToDeleteAgain() const;
+    bool canRedoDeletion() const;
     void refreshEditButtons();
     void afterOperation(bool done);
     void sayIfNotTracked();
     void refillTable();
 
-    /// Writes the transform of the body in the canvas and keeps what was written.
+    /// Writes the transform of the body in the canvas.
     void writeTransform();
-    void adoptWrittenTransform(const bsMatrix &transform);
-    void restoreChangedBodies();
     void restoreController();
     void answerRequest();
 
     bool canDeleteMarkers() const;
-    void deleteMarker(int marker);
-    void adoptDeletion(int marker);
-    /// @return true if the controller took all of them
-    bool writeMarkers(const BodyIdentity &body, const MarkerList &markers);
-    void writeMarkersOfOpeningBack();
-    void showLoadedMarkersAgain();
+    void showDeletion();
+    void showMarkersAgain();
     void toggle(bool DisplayFlags::*flag, void (GLCanvas::*setShown)(bool));
 
     /// Runs a message box. @return the button, or NoButton if the dialog was destroyed meanwhile;
@@ -182,14 +178,18 @@ private:
     QMessageBox::StandardButton runBox(QMessageBox::Icon icon, const QString &title,
                                        const QString &text, QMessageBox::StandardButtons buttons,
                                        QMessageBox::StandardButton defaultButton);
+    /// Runs a message box. @return the button, or NoButton if the dialog was destroyed or hidden
+    /// meanwhile: the host ended, and the answer is for nobody
+    QMessageBox::StandardButton ask(QMessageBox::Icon icon, const QString &title,
+                                    const QString &text, QMessageBox::StandardButtons buttons,
+                                    QMessageBox::StandardButton defaultButton);
 
     std::unique_ptr<Ui::BodyAdjustmentDialogClass> m_form;
     CommandChannel m_channel;
-    BackendVersions *m_versions;
-    QWidget *m_parentWidget;
     BodyCatalogue m_catalogue;
     BodyWriter m_writer;
     TrackingSession m_session;
+    BodyChanges m_changes; ///< of the bodies in the list and of the one in the canvas
     BodyAdjustmentMessageReceiver *m_messageReceiver = nullptr;
     bool m_receiverRegistered = false;
 
@@ -198,6 +198,7 @@ private:
 
     QTimer *m_pollTimer = nullptr;
     SetAxisDialog *m_setAxisDialog = nullptr;
+    BodyList *m_bodyList = nullptr;
     GLCanvas *m_canvas = nullptr;
     BodyTable *m_table = nullptr;
     DisplayFlags m_display;
@@ -214,16 +215,7 @@ private:
     QString m_openingText; ///< what the error label tells of the whole session
     int m_openBoxes = 0;
 
-    BodyIdentity m_chosen;
-    bool m_chosenCalibrated = false;
-    QString m_chosenTargetType;
-    BodyIdentity m_inCanvas; ///< the body whose markers the canvas shows
-    MarkerList m_loaded;     ///< what the controller holds of the body in the canvas
-
-    AppliedTransforms m_applied;
-    /// False while the controller may hold other markers of the body in the canvas than m_loaded.
-    bool m_markersAreCertain = true;
-    MarkerDeletions m_deletions;
+    ListedBody m_chosen;
 
     QString m_requestingModule;
     QString m_requestedBody;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <protocol/BodyListEntry.h>
+
 #include <QString>
 
 /// Which body of the controller is meant.
@@ -14,5 +16,19 @@ struct BodyIdentity {
     bool isSame(const BodyIdentity &other) const
     {
         return isValid() && type == other.type && index == other.index;
+    }
+};
+
+/// A body of the list, or none.
+struct ListedBody : BodyIdentity {
+    bool isCalibrated = false;
+    QString targetType;
+
+    ListedBody() = default;
+    ListedBody(const BodyListEntry &entry, int position)
+        : BodyIdentity{entry.type, entry.number - 1, position}
+        , isCalibrated(entry.calibrated)
+        , targetType(entry.targetType)
+    {
     }
 };

@@ -13,6 +13,13 @@ void MarkerList::transform(const bsMatrix &transform)
     }
 }
 
+void MarkerList::removeAt(int marker)
+{
+    positions.removeAt(marker);
+    if (marker < emissions.size())
+        emissions.removeAt(marker);
+}
+
 void MarkerDeletions::clear()
 {
     m_records.clear();

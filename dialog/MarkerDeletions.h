@@ -16,6 +16,7 @@ struct MarkerList {
 
     /// Every marker where @p transform takes it; emission directions are turned.
     void transform(const bsMatrix &transform);
+    void removeAt(int marker);
 };
 
 /// The markers that were deleted on the controller since the dialog was opened, body by body, so

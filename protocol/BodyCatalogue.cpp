@@ -4,6 +4,10 @@
 
 namespace {
 
+/// Counts that are assumed when the controller does not tell them.
+constexpr int kAssumedStandardBodies = 50;
+constexpr int kAssumedVimbars = 20;
+
 bool isYes(const std::optional<QString> &value)
 {
     return value && *value == QLatin1String("yes");
@@ -49,9 +53,7 @@ BodyCatalogue::List BodyCatalogue::readBodyList()
             m_channel->postError("Error: Unable to check body type");
             return list;
         }
-        const QString lowerType = type->toLower();
-        const bool taken = lowerType == QLatin1String("standard") ||
-                           (lowerType == QLatin1String("vimbar") && !list.multiUserWarning);
+        const bool taken = isStandardType(*type) || (isVimbarType(*type) && !list.multiUserWarning);
         if (taken && !readBodiesOfType(*type, &list.items))
             return list;
     }
@@ -111,7 +113,7 @@ std::optional<BodyCatalogue::Item> BodyCatalogue::readBody(const QString &type, 
         }
         item.entry.targetType = cleanTargetType(*targetType);
     } else {
-        item.entry.targetType = QStringLiteral("tt_std");
+        item.entry.targetType = kStandardTarget;
     }
 
     const std::optional<QString> description = m_channel->readDescription(type, number);
@@ -123,9 +125,14 @@ std::optional<BodyCatalogue::Item> BodyCatalogue::readBody(const QString &type, 
     return item;
 }
 
-int BodyCatalogue::bodyCount(const char *parameter, int fallback)
+int BodyCatalogue::readStandardBodyCount()
 {
-    return m_channel->readCount(parameter).value_or(fallback);
+    return m_channel->readStandardBodyCount().value_or(kAssumedStandardBodies);
+}
+
+int BodyCatalogue::readVimbarCount()
+{
+    return m_channel->readVimbarCount().value_or(kAssumedVimbars);
 }
 
 bool BodyCatalogue::loadMarkers(const QString &type, int number, QVector<bsVector> *positions,

@@ -36,10 +36,10 @@ public:
     bool isMultiUserWithHeadOn();
     /// Reads everything anew, the multi-user state first.
     List readBodyList();
-    /// Number of bodies of a type, or @p fallback if the controller does not tell (nothing is
-    /// posted).
-    /// @param parameter  the whole parameter, for example "body number_of_bodies standard"
-    int bodyCount(const char *parameter, int fallback);
+    /// Number of bodies of a type; what a full controller holds if this one does not tell (nothing
+    /// is posted).
+    int readStandardBodyCount();
+    int readVimbarCount();
     /// Positions in millimetres, stored frame; the emissions run parallel to them.
     /// @return true only if every marker was read; after a failure the lists hold those read before
     ///         it. Nothing is touched, and nothing reported, for a body of no markers.

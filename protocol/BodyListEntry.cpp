@@ -10,6 +10,16 @@ const QLatin1String kUncalibrated("uncalibrated");
 
 } // namespace
 
+bool isStandardType(const QString &type)
+{
+    return type.compare(QLatin1String("standard"), Qt::CaseInsensitive) == 0;
+}
+
+bool isVimbarType(const QString &type)
+{
+    return type.compare(QLatin1String("vimbar"), Qt::CaseInsensitive) == 0;
+}
+
 QString BodyListEntry::toText() const
 {
     return type + kSeparator + QString::number(number) + kSeparator +

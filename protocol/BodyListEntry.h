@@ -1,6 +1,15 @@
 #pragma once
 
+#include <QLatin1String>
 #include <QString>
+
+/// The target type of a body whose markers can be seen from everywhere; also of every body of a
+/// controller that knows no others.
+constexpr QLatin1String kStandardTarget("tt_std");
+
+/// The controller may spell type keywords in any case.
+bool isStandardType(const QString &type);
+bool isVimbarType(const QString &type);
 
 /// What the body list keeps of each body.
 struct BodyListEntry {

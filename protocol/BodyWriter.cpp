@@ -59,6 +59,11 @@ bool BodyWriter::writeMarkers(const QString &type, int number, const QVector<bsV
     return allWritten;
 }
 
+bool BodyWriter::canDeleteMarkers() const
+{
+    return versionAtLeast(m_versions, 1, 17);
+}
+
 bool BodyWriter::deleteMarker(const QString &type, int number, int markerIndex)
 {
     const CommandChannel::Reply reply = m_channel->deleteMarker(type, number, markerIndex + 1);

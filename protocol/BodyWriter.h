@@ -27,6 +27,8 @@ public:
     /// @return false if one of the exchanges failed
     bool writeMarkers(const QString &type, int number, const QVector<bsVector> &positions,
                       const QVector<Emission> &emissions);
+    /// Controllers before 1.17 cannot.
+    bool canDeleteMarkers() const;
     /// @param markerIndex  0-based
     /// @return whether the controller said that it deleted the marker
     bool deleteMarker(const QString &type, int number, int markerIndex);

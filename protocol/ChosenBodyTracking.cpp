@@ -1,22 +1,13 @@
 #include "ChosenBodyTracking.h"
+#include "BodyListEntry.h"
 
 #include <mutex>
-
-bool ChosenBodyTracking::isStandard(const QString &type)
-{
-    return type.compare(QLatin1String("standard"), Qt::CaseInsensitive) == 0;
-}
-
-bool ChosenBodyTracking::isVimbar(const QString &type)
-{
-    return type.compare(QLatin1String("vimbar"), Qt::CaseInsensitive) == 0;
-}
 
 void ChosenBodyTracking::choose(const QString &type, int index)
 {
     const std::lock_guard<DataMutex> lock(m_mutex);
-    m_isStandard = isStandard(type);
-    m_isVimbar = isVimbar(type);
+    m_isStandard = isStandardType(type);
+    m_isVimbar = isVimbarType(type);
     m_index = index;
 }
 

@@ -17,9 +17,6 @@ public:
     /// What a data line told of the chosen body.
     enum class Outcome { NothingToTell, Tracked, NotTracked };
 
-    static bool isStandard(const QString &type);
-    static bool isVimbar(const QString &type);
-
     /// @param type   type keyword, in any case; of any other type no line is read
     /// @param index  body number minus one; -1: none
     void choose(const QString &type, int index);

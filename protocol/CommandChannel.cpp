@@ -12,8 +12,8 @@
 
 namespace {
 
-// The host is told no buffer length. What it promises to stay within is 128 bytes for the two short
-// answers and 208 for everything else; the rest is room to spare.
+// The host is told no buffer length. It stays within 128 bytes for values and 208 for replies, by
+// its own promise; where nothing is given away by it, there is room to spare.
 constexpr int kShortBuffer = 128;
 constexpr int kBuffer = 1024;
 
@@ -240,9 +240,14 @@ std::optional<int> CommandChannel::readBodyCount(const QString &type)
     return readInt(m_manager, "body number_of_bodies %s", keyword.constData());
 }
 
-std::optional<int> CommandChannel::readCount(const char *parameter)
+std::optional<int> CommandChannel::readStandardBodyCount()
 {
-    return readInt(m_manager, parameter);
+    return readInt(m_manager, "body number_of_bodies standard");
+}
+
+std::optional<int> CommandChannel::readVimbarCount()
+{
+    return readInt(m_manager, "body number_of_bodies vimbar");
 }
 
 std::optional<QString> CommandChannel::readTypeDescription(const QString &type)

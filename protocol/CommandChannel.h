@@ -26,9 +26,6 @@ class CommandChannel {
 public:
     explicit CommandChannel(IOManager *manager);
 
-    /// The host's service. Calls made past the channel miss its locale and buffer safety.
-    IOManager *manager() const { return m_manager; }
-
     /// A reply of a full command.
     struct Reply {
         int status = -1; ///< 0 is success
@@ -60,8 +57,8 @@ public:
     std::optional<int> readTypeCount();
     std::optional<QString> readBodyType(int typeNumber);
     std::optional<int> readBodyCount(const QString &type);
-    /// @param parameter  whole name of an integer parameter; a fixed text without percent signs
-    std::optional<int> readCount(const char *parameter);
+    std::optional<int> readStandardBodyCount();
+    std::optional<int> readVimbarCount();
     std::optional<QString> readTypeDescription(const QString &type);
     std::optional<QString> readCalibration(const QString &type, int number);
     std::optional<QString> readTargetType(const QString &type, int number);

@@ -7,7 +7,7 @@
 
 /// The last tracked state of a body. Position in millimetres, room frame.
 struct TrackedPose {
-    int id = 0;            ///< as it came in the data line
+    int id = 0;            ///< of the body, 0-based: with a head one less than in the data line
     float quality = -1.0f; ///< -1: not tracked
     int buttons = 0;       ///< vimbar only: button word ("6df") or number of buttons ("6df2")
     bsVector position;

@@ -1,3 +1,4 @@
+#include <protocol/BodyListEntry.h>
 #include <protocol/ChosenBodyTracking.h>
 
 #include <tests/support/TestMain.h>
@@ -30,7 +31,7 @@ const QByteArray kElsewhere = "[7 8 9 0 0 0][1 0 0 0 1 0 0 0 1]";
 
 TrackedPose poseFor(const ChosenBodyTracking &tracking, const QString &type)
 {
-    return ChosenBodyTracking::isVimbar(type) ? tracking.vimbarPose() : tracking.standardPose();
+    return isVimbarType(type) ? tracking.vimbarPose() : tracking.standardPose();
 }
 
 bool isNowhere(const TrackedPose &pose)
@@ -338,8 +339,8 @@ void tst_ChosenBodyTracking::keywordsAreMeantInAnyCase()
     QFETCH(QString, type);
     QFETCH(bool, isStandard);
     QFETCH(bool, isVimbar);
-    QCOMPARE(ChosenBodyTracking::isStandard(type), isStandard);
-    QCOMPARE(ChosenBodyTracking::isVimbar(type), isVimbar);
+    QCOMPARE(isStandardType(type), isStandard);
+    QCOMPARE(isVimbarType(type), isVimbar);
     ChosenBodyTracking tracking;
     tracking.choose(type, 0);
     QCOMPARE(receive(tracking, "6d", "6d 1 [0 1.0]" + kPlace).outcome,
@@ -417,7 +418,7 @@ void tst_ChosenBodyTracking::malformedLinesChangeNothing()
     QFETCH(QByteArray, line);
     ChosenBodyTracking tracking;
     tracking.choose(type, 2);
-    if (ChosenBodyTracking::isVimbar(type))
+    if (isVimbarType(type))
         receive(tracking, "6df", "6df 1 [2 1.0 5]" + kPlace);
     else
         receive(tracking, "6d", "6d 1 [2 1.0]" + kPlace);
