@@ -907,17 +907,18 @@ void BodyAdjustmentDialog::on_pushButton_due_to_body_clicked()
 
 void BodyAdjustmentDialog::on_pushButton_due_to_room_clicked()
 {
-    finishOpenEdits();
-    const bool done = m_canvas->dueToRoomOriginInCog();
-    afterOperation(done);
-    if (done)
-        sayIfNotTracked();
+    runRoomPreset(&GLCanvas::dueToRoomOriginInCog);
 }
 
 void BodyAdjustmentDialog::on_pushButton_due_to_room_0_clicked()
 {
+    runRoomPreset(&GLCanvas::dueToRoomOriginInMarker);
+}
+
+void BodyAdjustmentDialog::runRoomPreset(bool (GLCanvas::*preset)())
+{
     finishOpenEdits();
-    const bool done = m_canvas->dueToRoomOriginInMarker();
+    const bool done = (m_canvas->*preset)();
     afterOperation(done);
     if (done)
         sayIfNotTracked();

@@ -160,6 +160,7 @@ private:
     bool canRedoDeletion() const;
     void refreshEditButtons();
     void afterOperation(bool done);
+    void runRoomPreset(bool (GLCanvas::*preset)());
     void sayIfNotTracked();
     void refillTable();
 
