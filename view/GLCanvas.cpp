@@ -24,6 +24,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
 
 namespace {
 
@@ -31,17 +32,6 @@ constexpr double kPickRegionPixels = 5.0;
 constexpr int kWheelDeltaPerStep = 120;
 constexpr double kWheelStep = 3.0;
 constexpr double kSuspendedWheelStep = 1.0;
-
-bool isFinite(const bsVector &vector)
-{
-    return std::isfinite(vector.x) && std::isfinite(vector.y) && std::isfinite(vector.z);
-}
-
-bool isFinite(const bsMatrix &matrix)
-{
-    return std::all_of(std::begin(matrix.m), std::end(matrix.m),
-                       [](double element) { return std::isfinite(element); });
-}
 
 bool areIdentical(const bsVector &a, const bsVector &b)
 {
