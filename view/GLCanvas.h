@@ -177,6 +177,8 @@ private:
     int endPick() const;
     const abcObject *objectOf(quint32 kind, quint32 index) const;
 
+    /// Commits at once. Both are in the stored frame; one that is not finite is left out.
+    void commitFrame(const bsMatrix &orientation, const bsVector &origin);
     void openContextMenu(const QPoint &globalPosition);
     void endDrag();
     void beginMouseDrag(DragMode mode);
