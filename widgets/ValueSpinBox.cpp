@@ -1,5 +1,7 @@
 #include "ValueSpinBox.h"
 
+#include "UnfocusedWheelFilter.h"
+
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QLocale>
@@ -21,9 +23,7 @@ const QString numberPattern = QStringLiteral("\\A([+-]?)([0-9]*)(?:(\\.)([0-9]*)
 ValueSpinBox::ValueSpinBox(QWidget *parent)
     : QDoubleSpinBox(parent)
 {
-    // The default policy takes the focus on the first turn of the mouse wheel, and with it the
-    // scrolling that was meant for what lies around the field.
-    setFocusPolicy(Qt::StrongFocus);
+    UnfocusedWheelFilter::install(this);
 }
 
 bool ValueSpinBox::hasUnconfirmedText() const
@@ -114,15 +114,6 @@ void ValueSpinBox::keyPressEvent(QKeyEvent *event)
         return;
     }
     QDoubleSpinBox::keyPressEvent(event);
-}
-
-void ValueSpinBox::wheelEvent(QWheelEvent *event)
-{
-    if (!hasFocus()) {
-        event->ignore();
-        return;
-    }
-    QDoubleSpinBox::wheelEvent(event);
 }
 
 void ValueSpinBox::focusOutEvent(QFocusEvent *event)

@@ -1,5 +1,6 @@
 #include "bsDoubleWidget.h"
 
+#include "SmallestChange.h"
 #include "ValueSpinBox.h"
 
 #include <QBoxLayout>
@@ -21,7 +22,6 @@
 
 namespace {
 
-constexpr double smallestChange = 1e-5;
 constexpr double wrapCorrection = 1.0;
 constexpr double wheelPeriod = 361.0;
 constexpr double halfTurn = 180.0;
@@ -142,8 +142,6 @@ bsDoubleWidget::bsDoubleWidget(QWidget *parent, bsDoubleMode mode, double minimu
     qRegisterMetaType<bsDoublePosition>("bsDoublePosition");
     qRegisterMetaType<bsDoubleOrientation>("bsDoubleOrientation");
 
-    QWidget::setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
-
     m_mainLayout = new QBoxLayout(QBoxLayout::LeftToRight, this);
     m_mainLayout->setContentsMargins(0, 0, 0, 0);
 
@@ -170,7 +168,6 @@ bsDoubleWidget::bsDoubleWidget(QWidget *parent, bsDoubleMode mode, double minimu
     // The wheel keeps the library's step of 1. It has no mass: a wheel that runs on would change
     // the value after its release.
     m_wheel = new ThumbWheel(this);
-    m_wheel->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     m_wheel->setRange(0.0, 360.0);
     m_wheel->setPageStepCount(10);
     m_wheel->setTotalAngle(3600.0);
@@ -285,7 +282,7 @@ void bsDoubleWidget::setDecimals(int decimals)
 
 void bsDoubleWidget::setValue(double value)
 {
-    if (!(std::abs(value - this->value()) > smallestChange))
+    if (!isChange(value - this->value()))
         return;
     {
         const QSignalBlocker blocker(m_spinBox);
@@ -296,7 +293,7 @@ void bsDoubleWidget::setValue(double value)
 
 void bsDoubleWidget::adjustValue(double inc)
 {
-    if (!(std::abs(inc) > smallestChange))
+    if (!isChange(inc))
         return;
     const QPointer<bsDoubleWidget> alive(this);
     m_spinBox->setValue(value() + inc);
