@@ -12,11 +12,11 @@
 
 namespace {
 
-const QChar arabicDecimalSeparator(0x066B);
-const QChar minusSign(0x2212);
+const QChar kArabicDecimalSeparator(0x066B);
+const QChar kMinusSign(0x2212);
 
 /// Optional sign, digits, and digits behind a separator; any of them may still be missing.
-const QString numberPattern = QStringLiteral("\\A([+-]?)([0-9]*)(?:(\\.)([0-9]*))?\\z");
+const QString kNumberPattern = QStringLiteral("\\A([+-]?)([0-9]*)(?:(\\.)([0-9]*))?\\z");
 
 } // namespace
 
@@ -41,7 +41,7 @@ void ValueSpinBox::confirmText()
 
 QValidator::State ValueSpinBox::validate(QString &text, int & /*position*/) const
 {
-    static const QRegularExpression pattern(numberPattern);
+    static const QRegularExpression pattern(kNumberPattern);
     const QString number = plainNumber(text);
     const QRegularExpressionMatch match = pattern.match(number);
     if (!match.hasMatch())
@@ -137,9 +137,9 @@ QString ValueSpinBox::plainNumber(const QString &text) const
     for (QChar &character : number) {
         if (character.isDigit())
             character = QLatin1Char(static_cast<char>('0' + character.digitValue()));
-        else if (character == QLatin1Char(',') || character == arabicDecimalSeparator)
+        else if (character == QLatin1Char(',') || character == kArabicDecimalSeparator)
             character = QLatin1Char('.');
-        else if (character == minusSign)
+        else if (character == kMinusSign)
             character = QLatin1Char('-');
     }
     return number;
