@@ -12,6 +12,7 @@
 #include <widgets/BodyTable.h>
 #include <widgets/HelpDialog.h>
 #include <widgets/SetAxisDialog.h>
+#include <widgets/SharpPictures.h>
 #include <widgets/WidgetResources.h>
 #include <widgets/xyzWidget.h>
 

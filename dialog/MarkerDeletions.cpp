@@ -7,8 +7,7 @@ void MarkerList::transform(const bsMatrix &transform)
     for (bsVector &position : positions)
         position = transform.transform(position);
     for (Emission &emission : emissions) {
-        const bsVector direction =
-            transform.transform(bsVector(emission.x, emission.y, emission.z)) - transform.column(3);
+        const bsVector direction = transform.transform(emission.direction()) - transform.column(3);
         emission = {direction.x, direction.y, direction.z, emission.angleDeg};
     }
 }

@@ -6,19 +6,7 @@
 #include <QtGlobal>
 
 #include <algorithm>
-#include <cmath>
-#include <iterator>
 #include <utility>
-
-namespace {
-
-bool isFinite(const bsMatrix &matrix)
-{
-    return std::all_of(std::begin(matrix.m), std::end(matrix.m),
-                       [](double value) { return std::isfinite(value); });
-}
-
-} // namespace
 
 abcBody::abcBody(QObject *parent)
     : QObject(parent)

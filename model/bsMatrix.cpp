@@ -2,9 +2,9 @@
 
 #include "Tolerance.h"
 
-#include <QtGlobal>
-
+#include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <utility>
 
 const bsMatrix &bsMatrix::identity()
@@ -60,12 +60,8 @@ bsVector bsMatrix::transform(const bsVector &point) const
 void bsMatrix::invertRigid()
 {
     const bsVector translation = column(3);
-    bsVector inverted;
-    const auto component = [&](int index) {
-        const bsVector axis = column(index);
-        return -(axis.x * translation.x + axis.y * translation.y + axis.z * translation.z);
-    };
-    inverted.set(component(0), component(1), component(2));
+    const bsVector inverted(-dot(column(0), translation), -dot(column(1), translation),
+                            -dot(column(2), translation));
 
     std::swap(element(0, 1), element(1, 0));
     std::swap(element(0, 2), element(2, 0));
@@ -86,16 +82,14 @@ void bsMatrix::orthonormalizeRotation()
 {
     // Newton's iteration for the polar decomposition: each pass squares the error, so three of them
     // take numbers of three decimals to the limit of a double.
-    constexpr int passes = 3;
-    constexpr double farFromAnyRotation = 0.1;
-    for (int pass = 0; pass < passes; ++pass) {
+    constexpr int kPasses = 3;
+    constexpr double kFarFromAnyRotation = 0.1;
+    for (int pass = 0; pass < kPasses; ++pass) {
         double correction[3][3];
         for (int row = 0; row < 3; ++row) {
             for (int col = 0; col < 3; ++col) {
-                const bsVector a = column(row);
-                const bsVector b = column(col);
-                const double error = a.x * b.x + a.y * b.y + a.z * b.z - (row == col ? 1.0 : 0.0);
-                if (!(std::fabs(error) < farFromAnyRotation))
+                const double error = dot(column(row), column(col)) - (row == col ? 1.0 : 0.0);
+                if (!(std::fabs(error) < kFarFromAnyRotation))
                     return;
                 correction[row][col] = (row == col ? 1.0 : 0.0) - 0.5 * error;
             }
@@ -116,7 +110,7 @@ bsMatrix bsMatrix::withExactHalfTurn() const
 {
     // What a rotation within 0.0006 degrees of a half turn has left here. Below it the square root
     // of the trace carries more rounding noise than the other elements.
-    constexpr double halfTurnNoise = 1e-10;
+    constexpr double kHalfTurnNoise = 1e-10;
 
     bsMatrix result = *this;
     int largest = 0;
@@ -127,7 +121,7 @@ bsMatrix bsMatrix::withExactHalfTurn() const
     const auto excess = [&result] {
         return result.element(0, 0) + result.element(1, 1) + result.element(2, 2) + 1.0;
     };
-    if (excess() >= halfTurnNoise)
+    if (excess() >= kHalfTurnNoise)
         return result;
     // Rounding may swallow a subtraction, hence the growing factor; elements too large for any
     // effect are no rotation's.
@@ -157,4 +151,10 @@ bool differs(const bsMatrix &a, const bsMatrix &b)
             return true;
     }
     return false;
+}
+
+bool isFinite(const bsMatrix &matrix)
+{
+    return std::all_of(std::begin(matrix.m), std::end(matrix.m),
+                       [](double element) { return std::isfinite(element); });
 }

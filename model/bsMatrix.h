@@ -47,3 +47,6 @@ bsMatrix operator*(const bsMatrix &left, const bsMatrix &right);
 
 /// True unless all sixteen pairs of elements agree within the tolerance; NaN always differs.
 bool differs(const bsMatrix &a, const bsMatrix &b);
+
+/// None of the sixteen elements is infinite or NaN.
+bool isFinite(const bsMatrix &matrix);

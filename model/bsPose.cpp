@@ -9,13 +9,13 @@ namespace {
 /// the one after it for another rotation.
 bsQuaternion orientationOf(const bsMatrix &matrix)
 {
-    constexpr double rounding = 1e-4;
+    constexpr double kRounding = 1e-4;
 
     bsQuaternion result = bsQuaternion::fromMatrix(matrix.withExactHalfTurn());
     const double square =
         result.x * result.x + result.y * result.y + result.z * result.z + result.w * result.w;
     // Of a matrix that is no rotation, the quaternion is what it is.
-    if (std::fabs(square - 1.0) < rounding)
+    if (std::fabs(square - 1.0) < kRounding)
         result.normalize();
     return result;
 }

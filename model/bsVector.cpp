@@ -49,7 +49,7 @@ bsVector &bsVector::operator/=(double divisor)
 
 double bsVector::length() const
 {
-    return std::sqrt(x * x + y * y + z * z);
+    return std::sqrt(dot(*this, *this));
 }
 
 void bsVector::normalize()
@@ -76,7 +76,22 @@ bsVector operator-(const bsVector &a, const bsVector &b)
     return bsVector(a.x - b.x, a.y - b.y, a.z - b.z);
 }
 
+bsVector operator*(const bsVector &vector, double factor)
+{
+    return bsVector(vector.x * factor, vector.y * factor, vector.z * factor);
+}
+
+double dot(const bsVector &a, const bsVector &b)
+{
+    return a.x * b.x + a.y * b.y + a.z * b.z;
+}
+
 bsVector cross(const bsVector &a, const bsVector &b)
 {
     return bsVector(a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x);
+}
+
+bool isFinite(const bsVector &vector)
+{
+    return std::isfinite(vector.x) && std::isfinite(vector.y) && std::isfinite(vector.z);
 }

@@ -26,5 +26,10 @@ public:
 
 bsVector operator+(const bsVector &a, const bsVector &b);
 bsVector operator-(const bsVector &a, const bsVector &b);
+bsVector operator*(const bsVector &vector, double factor);
+double dot(const bsVector &a, const bsVector &b);
 /// a x b
 bsVector cross(const bsVector &a, const bsVector &b);
+
+/// No component is infinite or NaN.
+bool isFinite(const bsVector &vector);

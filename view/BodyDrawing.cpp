@@ -3,12 +3,11 @@
 #include "DrawingGeometry.h"
 #include "GLObjectPainter.h"
 #include "GluQuadric.h"
+#include "SetColour.h"
 
 #include <model/abcBody.h>
 #include <model/abcLine.h>
 #include <model/abcMarker.h>
-
-#include <QColor>
 
 #include <GL/gl.h>
 
@@ -41,12 +40,6 @@ void drawLongAxes(double reach)
     glVertex3d(0.0, 0.0, reach);
     glEnd();
     glDisable(GL_LINE_STIPPLE);
-}
-
-void setColour(const QColor &colour)
-{
-    glColor3ub(static_cast<GLubyte>(colour.red()), static_cast<GLubyte>(colour.green()),
-               static_cast<GLubyte>(colour.blue()));
 }
 
 void drawBodyGrid(const DisplayOptions &options)

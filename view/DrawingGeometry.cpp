@@ -10,12 +10,6 @@ namespace {
 
 constexpr double kPi = 3.141592653589793;
 
-bsVector scaled(bsVector vector, double factor)
-{
-    vector *= factor;
-    return vector;
-}
-
 } // namespace
 
 namespace DrawingGeometry {
@@ -84,8 +78,8 @@ std::array<PrismFace, 6> linePrism(const bsVector &first, const bsVector &second
         u = cross(d, bsVector(1.0, 0.0, 0.0));
     u.normalize();
     const bsVector v = cross(d, u).normalized();
-    const bsVector halfU = scaled(u, width / 2.0);
-    const bsVector halfV = scaled(v, width / 2.0);
+    const bsVector halfU = u * (width / 2.0);
+    const bsVector halfV = v * (width / 2.0);
 
     // Counter-clockwise as seen from the second point.
     const std::array<bsVector, 4> section = {halfU + halfV, halfV - halfU, -halfU - halfV,

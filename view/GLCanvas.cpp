@@ -24,6 +24,8 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
+#include <optional>
 
 namespace {
 
@@ -31,17 +33,6 @@ constexpr double kPickRegionPixels = 5.0;
 constexpr int kWheelDeltaPerStep = 120;
 constexpr double kWheelStep = 3.0;
 constexpr double kSuspendedWheelStep = 1.0;
-
-bool isFinite(const bsVector &vector)
-{
-    return std::isfinite(vector.x) && std::isfinite(vector.y) && std::isfinite(vector.z);
-}
-
-bool isFinite(const bsMatrix &matrix)
-{
-    return std::all_of(std::begin(matrix.m), std::end(matrix.m),
-                       [](double element) { return std::isfinite(element); });
-}
 
 bool areIdentical(const bsVector &a, const bsVector &b)
 {
@@ -51,6 +42,13 @@ bool areIdentical(const bsVector &a, const bsVector &b)
 bool areIdentical(const bsMatrix &a, const bsMatrix &b)
 {
     return std::equal(std::begin(a.m), std::end(a.m), std::begin(b.m));
+}
+
+std::optional<CoordinateOperations::MarkerTriple> findTriple(const abcBody &body)
+{
+    if (!body.isLoaded())
+        return std::nullopt;
+    return CoordinateOperations::findTriple(body.markerPositions());
 }
 
 bool isMarker(const abcObject *object)
@@ -368,17 +366,14 @@ void GLCanvas::set_origin_to_cog()
 
 bool GLCanvas::dueToBody()
 {
-    if (!m_body.isLoaded())
-        return false;
-    const QVector<bsVector> positions = m_body.markerPositions();
-    const auto triple = CoordinateOperations::findTriple(positions);
+    const auto triple = findTriple(m_body);
     if (!triple)
         return false;
+    const QVector<bsVector> positions = m_body.markerPositions();
     const bsVector &origin = positions[triple->origin];
-    setBodyOrientation(CoordinateOperations::threePointFrame(origin, positions[triple->far],
-                                                             positions[triple->third]));
-    setBodyPosition(origin);
-    emit storeBodyRequest();
+    commitFrame(CoordinateOperations::threePointFrame(origin, positions[triple->far],
+                                                      positions[triple->third]),
+                origin);
     return true;
 }
 
@@ -386,24 +381,24 @@ bool GLCanvas::dueToRoomOriginInCog()
 {
     if (!m_body.isLoaded() || !isFinite(m_body.cog()))
         return false;
-    setBodyOrientation(m_roomMatrix.rigidInverse());
-    setBodyPosition(m_body.cog());
-    emit storeBodyRequest();
+    commitFrame(m_roomMatrix.rigidInverse(), m_body.cog());
     return true;
 }
 
 bool GLCanvas::dueToRoomOriginInMarker()
 {
-    if (!m_body.isLoaded())
-        return false;
-    const QVector<bsVector> positions = m_body.markerPositions();
-    const auto triple = CoordinateOperations::findTriple(positions);
+    const auto triple = findTriple(m_body);
     if (!triple)
         return false;
-    setBodyOrientation(m_roomMatrix.rigidInverse());
-    setBodyPosition(positions[triple->origin]);
-    emit storeBodyRequest();
+    commitFrame(m_roomMatrix.rigidInverse(), m_body.markers()[triple->origin]->position());
     return true;
+}
+
+void GLCanvas::commitFrame(const bsMatrix &orientation, const bsVector &origin)
+{
+    setBodyOrientation(orientation);
+    setBodyPosition(origin);
+    emit storeBodyRequest();
 }
 
 // Lines

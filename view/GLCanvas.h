@@ -91,60 +91,105 @@ public:
     bool dueToRoomOriginInMarker();
 
 public slots:
+    /// Makes the shown camera the saved one.
     void saveCurrentView();
+    /// Relative to the saved camera, so that a call replaces the last of its kind until the camera
+    /// is saved anew: turns by Rx(x) * Ry(y) * Rz(z) about the pivot, moves along the axes of the
+    /// eye.
     void rotateView(double x, double y, double z);
     void translateView(double x, double y, double z);
+    /// Absolute; the camera is saved at once.
     void setViewOrientation(bsMatrix m);
     void setViewPosition(bsVector position);
+    /// The matrix of the camera times @p m, saved at once. Asks for no repaint.
     void transformView(bsMatrix m);
+    /// The orientation wheels begin and end to turn the camera.
     void rotateViewBegin();
     void rotateViewEnd();
 
+    /// The pending orientation (Rx(x) * Ry(y) * Rz(z)) and the pending position, relative to the
+    /// base matrix. They are drawn, but not committed. Both emit body_change().
     void rotateBody(double x, double y, double z);
     void translateBody(double x, double y, double z);
+    /// The pending orientation as the rotation of @p m, without body_change().
     void rotateBody(bsMatrix m);
+    /// The pending orientation and position that bring the axes and the origin to a target in the
+    /// stored frame. A target that is not finite changes nothing.
     void setBodyOrientation(bsMatrix m);
     void setBodyPosition(bsVector v);
+    /// Commits what is pending; the history stays if nothing is.
     void saveCurrentBody();
+    /// Steps through the history of commits. The pending pose stays.
     void undoBody();
     void redoBody();
+    /// The same unless suspended; body_change() in any case.
     void undo();
     void redo();
+
+    // The operations on the coordinate system commit at once, with whatever else was pending. One
+    // that lacks what it needs does nothing.
+
+    /// Needs a selected marker; of two, the first counts.
     void setOriginToMarker();
+    /// Points @p axisToSet from the first selected marker to the second and keeps the other axis as
+    /// near as possible to where it is. Needs two markers and different axes.
     void setAxisToMarkers(abcAxis axisToSet, abcAxis axisToKeep);
+    /// Turns the axes to the room's. Needs a body and the online mode, and not to be suspended.
     void setParallelAxes();
+    /// Needs a body with a finite COG.
     void set_origin_to_cog();
+    /// Needs two selected markers that no line joins. Lines are no part of the history.
     void introduceLine();
+    /// Needs a selected line.
     void deleteLine();
+
+    // What is drawn, and how.
 
     void showSmallMarkers(bool showSmall);
     void showColoredMarkers(bool showColored);
     void showMarkerEmissions(bool show_emissions);
     void showLongAxes(bool longAxes);
+    /// How far the long axes reach to both sides, in lengths of the short ones.
     void setLongAxesFactor(double longAxesFactor);
     void showCOG(bool showCog);
     void showXYGrid(bool showXY);
     void showYZGrid(bool showYZ);
     void showXZGrid(bool showXZ);
+    /// The colour is copied.
     void setXYGridColor(QColor &XYColor);
     void setYZGridColor(QColor &YZColor);
     void setXZGridColor(QColor &XZColor);
 
 signals:
+    /// Never emitted; there for wheels that show the camera.
     void translateViewRequest(double x, double y, double z);
     void rotateViewRequest(double x, double y, double z);
+    /// The mouse has moved the camera or ended a drag. The canvas leaves it to the receivers to
+    /// call saveCurrentView() and then to put their wheels back to 0.
     void storeViewRequest();
+    /// True after a commit, an undo or a redo; false when a body is loaded or cleared.
     void bodyModified(bool bodyModified);
+    /// What is pending is to be committed. The canvas does so before any other receiver is called.
     void storeBodyRequest();
+    /// Whether there is something to undo, or to redo. Both after each commit, undo and redo, and
+    /// whenever the body or its markers are exchanged.
     void canUndo(bool enableUndo);
     void canRedo(bool enableRedo);
+    /// Whether the selection is what the operation needs. Both, and the two about lines, after each
+    /// select() and whenever the body or its markers are exchanged.
     void canSetOriginToMarker(bool enableSetOriginToMarker);
     void canSetAxisToMarkers(bool enableSetAxisToMarkers);
+    /// With each setOnline(): true online, with a body and not suspended.
     void canSetParallelAxes(bool enableSetParallelAxes);
+    /// Wheels have changed the pending pose, or undo() or redo() was called.
+    /// @param can_apply  false if undo() has left nothing to undo, else true
     void body_change(bool can_apply);
+    /// With each setOnline().
     void is_online(bool online);
+    /// As the two above; false also after the operation.
     void canIntroduceLine(bool enableIntroduceLine);
     void canDeleteLine(bool enableDeleteLine);
+    /// With each select(). Whether a marker can be deleted is for the receiver to find out.
     void canDeleteMarker();
 
 protected:
@@ -177,6 +222,8 @@ private:
     int endPick() const;
     const abcObject *objectOf(quint32 kind, quint32 index) const;
 
+    /// Commits at once. Both are in the stored frame; one that is not finite is left out.
+    void commitFrame(const bsMatrix &orientation, const bsVector &origin);
     void openContextMenu(const QPoint &globalPosition);
     void endDrag();
     void beginMouseDrag(DragMode mode);

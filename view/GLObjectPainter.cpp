@@ -2,6 +2,7 @@
 
 #include "DrawingGeometry.h"
 #include "GluQuadric.h"
+#include "SetColour.h"
 
 #include <model/abcLine.h>
 #include <model/abcMarker.h>
@@ -22,12 +23,6 @@ double markerRadius(const abcMarker &marker, bool small)
 double lineWidth(const abcLine &line, bool small)
 {
     return small ? line.smallWidth : line.width;
-}
-
-void setColour(const QColor &colour)
-{
-    glColor3ub(static_cast<GLubyte>(colour.red()), static_cast<GLubyte>(colour.green()),
-               static_cast<GLubyte>(colour.blue()));
 }
 
 void placeSphere(GluQuadric &quadric, const bsVector &centre, double radius, int divisions)
@@ -71,8 +66,7 @@ void endOutline()
 bool isDrawable(const Emission &emission)
 {
     const bool known = emission.x != 0.0 || emission.y != 0.0 || emission.z != 0.0;
-    return known && std::isfinite(emission.x) && std::isfinite(emission.y) &&
-           std::isfinite(emission.z) && std::isfinite(emission.angleDeg);
+    return known && isFinite(emission.direction()) && std::isfinite(emission.angleDeg);
 }
 
 } // namespace
@@ -128,8 +122,7 @@ void GLObjectPainter::drawEmission(const abcMarker &marker, bool small)
     glEnable(GL_LIGHTING);
 
     const bsVector &position = marker.position();
-    const auto rotation =
-        DrawingGeometry::rotationFromZ(bsVector(emission.x, emission.y, emission.z));
+    const auto rotation = DrawingGeometry::rotationFromZ(emission.direction());
     const auto pushAtMarker = [&] {
         glColor3d(1.0, 1.0, 1.0);
         glPushMatrix();

@@ -14,16 +14,16 @@
 
 namespace {
 
-constexpr int emissionColumnWidth = 80;
-constexpr int markerColumnWidth = 60;
-constexpr int rowMargin = 8;
+constexpr int kEmissionColumnWidth = 80;
+constexpr int kMarkerColumnWidth = 60;
+constexpr int kRowMargin = 8;
 /// The records of the controller are rounded: what is smaller is no emission.
-constexpr double emissionThreshold = 0.001;
+constexpr double kEmissionThreshold = 0.001;
 
 bool emits(const Emission &emission)
 {
     // Signed on purpose: components that cancel each other out are no emission.
-    return emission.x + emission.y + emission.z + emission.angleDeg > emissionThreshold;
+    return emission.x + emission.y + emission.z + emission.angleDeg > kEmissionThreshold;
 }
 
 void setRow(QTableWidget *table, int row, std::initializer_list<double> values)
@@ -120,7 +120,7 @@ void BodyTable::clearTable()
 void BodyTable::fitEmissionColumns()
 {
     for (int column = 1; column <= 3; ++column)
-        m_form->tableWidget_emissions->setColumnWidth(column, emissionColumnWidth);
+        m_form->tableWidget_emissions->setColumnWidth(column, kEmissionColumnWidth);
 }
 
 void BodyTable::setTabOrderBehind(QWidget *widget)
@@ -150,7 +150,7 @@ void BodyTable::setUpTable(QTableWidget *table, const QStringList &headers)
     table->setColumnCount(headers.size());
     table->verticalHeader()->hide();
     // Low rows: the markers of a large body are seen at once.
-    table->verticalHeader()->setDefaultSectionSize(table->fontMetrics().height() + rowMargin);
+    table->verticalHeader()->setDefaultSectionSize(table->fontMetrics().height() + kRowMargin);
     table->horizontalHeader()->setSectionsClickable(false);
     table->horizontalHeader()->setHighlightSections(false);
     table->horizontalHeader()->setStretchLastSection(true);
@@ -170,7 +170,7 @@ void BodyTable::setHeaders(QTableWidget *table, const QStringList &headers)
     }
     // The numbers of the markers are short; the room is for the values.
     table->setColumnWidth(
-        0, std::max(table->horizontalHeader()->sectionSizeHint(0), markerColumnWidth));
+        0, std::max(table->horizontalHeader()->sectionSizeHint(0), kMarkerColumnWidth));
 }
 
 void BodyTable::fillPositions(const QList<MarkerRecord> &markers)

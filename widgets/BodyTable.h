@@ -31,10 +31,6 @@ public:
     explicit BodyTable(QWidget *parent);
     ~BodyTable() override;
 
-    /// Column titles of the two tables.
-    static QStringList dataHeaders();
-    static QStringList emissionHeaders();
-
     /// Opened by a right press on the widget or on the marker table, not on the emission table.
     /// @param menu  stays the caller's
     void setContextMenu(QMenu *menu);
@@ -58,6 +54,10 @@ protected:
     void mousePressEvent(QMouseEvent *event) override;
 
 private:
+    /// Column titles of the two tables.
+    static QStringList dataHeaders();
+    static QStringList emissionHeaders();
+
     void setUpTable(QTableWidget *table, const QStringList &headers);
     void setHeaders(QTableWidget *table, const QStringList &headers);
     void fillPositions(const QList<MarkerRecord> &markers);

@@ -1,5 +1,6 @@
 #include "HelpDialog.h"
 
+#include "SharpPictures.h"
 #include "WidgetResources.h"
 #include "ui_HelpDialog.h"
 

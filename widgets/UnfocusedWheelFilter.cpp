@@ -10,6 +10,8 @@ UnfocusedWheelFilter::UnfocusedWheelFilter(QWidget *widget)
 
 void UnfocusedWheelFilter::install(QWidget *widget)
 {
+    // With another policy the first turn of the wheel would take the focus, and with it the
+    // scrolling that was meant for what lies around the widget.
     widget->setFocusPolicy(Qt::StrongFocus);
     widget->installEventFilter(new UnfocusedWheelFilter(widget));
 }

@@ -1,5 +1,7 @@
 #include "ValueSpinBox.h"
 
+#include "UnfocusedWheelFilter.h"
+
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QLocale>
@@ -10,20 +12,18 @@
 
 namespace {
 
-const QChar arabicDecimalSeparator(0x066B);
-const QChar minusSign(0x2212);
+const QChar kArabicDecimalSeparator(0x066B);
+const QChar kMinusSign(0x2212);
 
 /// Optional sign, digits, and digits behind a separator; any of them may still be missing.
-const QString numberPattern = QStringLiteral("\\A([+-]?)([0-9]*)(?:(\\.)([0-9]*))?\\z");
+const QString kNumberPattern = QStringLiteral("\\A([+-]?)([0-9]*)(?:(\\.)([0-9]*))?\\z");
 
 } // namespace
 
 ValueSpinBox::ValueSpinBox(QWidget *parent)
     : QDoubleSpinBox(parent)
 {
-    // The default policy takes the focus on the first turn of the mouse wheel, and with it the
-    // scrolling that was meant for what lies around the field.
-    setFocusPolicy(Qt::StrongFocus);
+    UnfocusedWheelFilter::install(this);
 }
 
 bool ValueSpinBox::hasUnconfirmedText() const
@@ -41,7 +41,7 @@ void ValueSpinBox::confirmText()
 
 QValidator::State ValueSpinBox::validate(QString &text, int & /*position*/) const
 {
-    static const QRegularExpression pattern(numberPattern);
+    static const QRegularExpression pattern(kNumberPattern);
     const QString number = plainNumber(text);
     const QRegularExpressionMatch match = pattern.match(number);
     if (!match.hasMatch())
@@ -116,15 +116,6 @@ void ValueSpinBox::keyPressEvent(QKeyEvent *event)
     QDoubleSpinBox::keyPressEvent(event);
 }
 
-void ValueSpinBox::wheelEvent(QWheelEvent *event)
-{
-    if (!hasFocus()) {
-        event->ignore();
-        return;
-    }
-    QDoubleSpinBox::wheelEvent(event);
-}
-
 void ValueSpinBox::focusOutEvent(QFocusEvent *event)
 {
     const QPointer<ValueSpinBox> alive(this);
@@ -146,9 +137,9 @@ QString ValueSpinBox::plainNumber(const QString &text) const
     for (QChar &character : number) {
         if (character.isDigit())
             character = QLatin1Char(static_cast<char>('0' + character.digitValue()));
-        else if (character == QLatin1Char(',') || character == arabicDecimalSeparator)
+        else if (character == QLatin1Char(',') || character == kArabicDecimalSeparator)
             character = QLatin1Char('.');
-        else if (character == minusSign)
+        else if (character == kMinusSign)
             character = QLatin1Char('-');
     }
     return number;

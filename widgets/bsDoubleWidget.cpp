@@ -1,5 +1,6 @@
 #include "bsDoubleWidget.h"
 
+#include "SmallestChange.h"
 #include "ValueSpinBox.h"
 
 #include <QBoxLayout>
@@ -21,12 +22,11 @@
 
 namespace {
 
-constexpr double smallestChange = 1e-5;
-constexpr double wrapCorrection = 1.0;
-constexpr double wheelPeriod = 361.0;
-constexpr double halfTurn = 180.0;
-constexpr int controlWidth = 56;
-constexpr int notch = QWheelEvent::DefaultDeltasPerStep;
+constexpr double kWrapCorrection = 1.0;
+constexpr double kWheelPeriod = 361.0;
+constexpr double kHalfTurn = 180.0;
+constexpr int kControlWidth = 56;
+constexpr int kNotch = QWheelEvent::DefaultDeltasPerStep;
 
 /// The library's wheel with two corrections: the small scrolls of a touchpad add up to notches
 /// instead of being lost one by one, and no key jumps to an end of the range, because the position
@@ -43,14 +43,14 @@ protected:
         if ((delta < 0) != (m_scrolled < 0))
             m_scrolled = 0;
         m_scrolled += delta;
-        const int notches = m_scrolled / notch;
+        const int notches = m_scrolled / kNotch;
         if (notches == 0) {
             event->accept();
             return;
         }
-        m_scrolled -= notches * notch;
+        m_scrolled -= notches * kNotch;
         QWheelEvent whole(event->position(), event->globalPosition(), QPoint(),
-                          QPoint(0, notches * notch), event->buttons(), event->modifiers(),
+                          QPoint(0, notches * kNotch), event->buttons(), event->modifiers(),
                           event->phase(), event->inverted(), event->source());
         QwtWheel::wheelEvent(&whole);
         event->setAccepted(whole.isAccepted());
@@ -98,29 +98,29 @@ protected:
             const QRect field =
                 style()
                     ->itemTextRect(fontMetrics(), contentsRect(), int(side), true, text())
-                    .adjusted(-fieldMargin, 0, fieldMargin, 0);
+                    .adjusted(-kFieldMargin, 0, kFieldMargin, 0);
             QPainter painter(this);
             painter.setRenderHint(QPainter::Antialiasing);
             painter.setPen(Qt::NoPen);
-            painter.setBrush(QColor(fieldBrightness, fieldBrightness, fieldBrightness));
-            painter.drawRoundedRect(field, fieldMargin, fieldMargin);
+            painter.setBrush(QColor(kFieldBrightness, kFieldBrightness, kFieldBrightness));
+            painter.drawRoundedRect(field, kFieldMargin, kFieldMargin);
         }
         QLabel::paintEvent(event);
     }
 
 private:
-    static constexpr int fieldMargin = 3;
-    static constexpr int fieldBrightness = 235;
+    static constexpr int kFieldMargin = 3;
+    static constexpr int kFieldBrightness = 235;
 
     bool needsField() const
     {
-        constexpr int middle = 128;
-        return m_hasColour && palette().color(backgroundRole()).lightness() < middle;
+        constexpr int kMiddle = 128;
+        return m_hasColour && palette().color(backgroundRole()).lightness() < kMiddle;
     }
 
     void makeRoomForField()
     {
-        const int margin = needsField() ? fieldMargin : 0;
+        const int margin = needsField() ? kFieldMargin : 0;
         setContentsMargins(margin, 0, margin, 0);
     }
 
@@ -129,7 +129,7 @@ private:
 
 double spinBoxMaximum(double maximum, bool wrapping)
 {
-    return wrapping ? maximum - wrapCorrection : maximum;
+    return wrapping ? maximum - kWrapCorrection : maximum;
 }
 
 } // namespace
@@ -141,8 +141,6 @@ bsDoubleWidget::bsDoubleWidget(QWidget *parent, bsDoubleMode mode, double minimu
     qRegisterMetaType<bsDoubleMode>("bsDoubleMode");
     qRegisterMetaType<bsDoublePosition>("bsDoublePosition");
     qRegisterMetaType<bsDoubleOrientation>("bsDoubleOrientation");
-
-    QWidget::setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
 
     m_mainLayout = new QBoxLayout(QBoxLayout::LeftToRight, this);
     m_mainLayout->setContentsMargins(0, 0, 0, 0);
@@ -161,7 +159,7 @@ bsDoubleWidget::bsDoubleWidget(QWidget *parent, bsDoubleMode mode, double minimu
     m_spinBox->setMinimum(minimum);
     m_spinBox->setWrapping(wrapping);
     m_spinBox->setMaximum(spinBoxMaximum(maximum, m_spinBox->wrapping()));
-    m_spinBox->setMinimumWidth(controlWidth);
+    m_spinBox->setMinimumWidth(kControlWidth);
     connect(m_spinBox, QOverload<double>::of(&QDoubleSpinBox::valueChanged), this,
             &bsDoubleWidget::spinChanged);
     connect(m_spinBox, &QDoubleSpinBox::editingFinished, this, &bsDoubleWidget::setEditingFinished);
@@ -170,7 +168,6 @@ bsDoubleWidget::bsDoubleWidget(QWidget *parent, bsDoubleMode mode, double minimu
     // The wheel keeps the library's step of 1. It has no mass: a wheel that runs on would change
     // the value after its release.
     m_wheel = new ThumbWheel(this);
-    m_wheel->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     m_wheel->setRange(0.0, 360.0);
     m_wheel->setPageStepCount(10);
     m_wheel->setTotalAngle(3600.0);
@@ -219,7 +216,8 @@ void bsDoubleWidget::setWrapping(bool wrapping)
         return;
     changeWithoutGesture([this, wrapping] {
         m_spinBox->setWrapping(wrapping);
-        m_spinBox->setMaximum(m_spinBox->maximum() + (wrapping ? -wrapCorrection : wrapCorrection));
+        m_spinBox->setMaximum(m_spinBox->maximum() +
+                              (wrapping ? -kWrapCorrection : kWrapCorrection));
     });
 }
 
@@ -285,7 +283,7 @@ void bsDoubleWidget::setDecimals(int decimals)
 
 void bsDoubleWidget::setValue(double value)
 {
-    if (!(std::abs(value - this->value()) > smallestChange))
+    if (!isChange(value - this->value()))
         return;
     {
         const QSignalBlocker blocker(m_spinBox);
@@ -296,7 +294,7 @@ void bsDoubleWidget::setValue(double value)
 
 void bsDoubleWidget::adjustValue(double inc)
 {
-    if (!(std::abs(inc) > smallestChange))
+    if (!isChange(inc))
         return;
     const QPointer<bsDoubleWidget> alive(this);
     m_spinBox->setValue(value() + inc);
@@ -359,7 +357,7 @@ void bsDoubleWidget::setWheelOrientation(bsDoubleOrientation orientation)
     case Horizontal:
         setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
         m_wheel->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
-        m_wheel->setMinimumWidth(controlWidth);
+        m_wheel->setMinimumWidth(kControlWidth);
         m_wheel->setOrientation(Qt::Horizontal);
         m_valueLayout->setAlignment(m_wheel, Qt::Alignment());
         break;
@@ -404,10 +402,10 @@ void bsDoubleWidget::spinChanged(double value)
 void bsDoubleWidget::wheelChanged(double value)
 {
     const double difference = value - m_lastWheelValue;
-    if (difference > halfTurn)
-        m_lastWheelValue += wheelPeriod;
-    if (difference < -halfTurn)
-        m_lastWheelValue -= wheelPeriod;
+    if (difference > kHalfTurn)
+        m_lastWheelValue += kWheelPeriod;
+    if (difference < -kHalfTurn)
+        m_lastWheelValue -= kWheelPeriod;
     if (!m_mouseEditing)
         m_pendingFinish = true;
     const int steps = static_cast<int>(value - m_lastWheelValue);

@@ -1,23 +1,12 @@
 #include "xyzWidget.h"
 
+#include "SmallestChange.h"
+
 #include <QBoxLayout>
 #include <QColor>
 #include <QGroupBox>
 #include <QPointer>
 #include <QSignalBlocker>
-
-#include <cmath>
-
-namespace {
-
-constexpr double smallestChange = 1e-5;
-
-bool differs(double a, double b)
-{
-    return std::abs(a - b) > smallestChange;
-}
-
-} // namespace
 
 xyzWidget::xyzWidget(QWidget *parent, bsDoubleMode mode, double minimum, double maximum,
                      bool wrapping)
@@ -150,7 +139,7 @@ void xyzWidget::finishEditing()
 
 void xyzWidget::setValues(double x, double y, double z)
 {
-    if (!differs(x, xValue()) && !differs(y, yValue()) && !differs(z, zValue()))
+    if (!isChange(x - xValue()) && !isChange(y - yValue()) && !isChange(z - zValue()))
         return;
     {
         const QSignalBlocker xBlocker(m_x);

@@ -28,6 +28,7 @@ private slots:
     void differsComparesEachElement_data();
     void differsComparesEachElement();
     void differsWithNan();
+    void isFiniteOnlyIfEveryElementIs();
     void orthonormalizingFindsTheRotationBehindRoundedNumbers_data();
     void orthonormalizingFindsTheRotationBehindRoundedNumbers();
     void orthonormalizingLeavesWhatIsNoRotation();
@@ -274,6 +275,19 @@ void tst_bsMatrix::differsWithNan()
     bsMatrix matrix = bsMatrix::identity();
     matrix.m[9] = std::numeric_limits<double>::quiet_NaN();
     QVERIFY(differs(matrix, matrix));
+}
+
+void tst_bsMatrix::isFiniteOnlyIfEveryElementIs()
+{
+    QVERIFY(isFinite(bsMatrix::identity()));
+    const double infinity = std::numeric_limits<double>::infinity();
+    for (const double bad : {infinity, -infinity, std::numeric_limits<double>::quiet_NaN()}) {
+        for (int index = 0; index < 16; ++index) {
+            bsMatrix matrix;
+            matrix.m[index] = bad;
+            QVERIFY(!isFinite(matrix));
+        }
+    }
 }
 
 void tst_bsMatrix::orthonormalizingFindsTheRotationBehindRoundedNumbers_data()

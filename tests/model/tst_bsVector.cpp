@@ -6,6 +6,7 @@
 
 #include <QtTest>
 
+#include <cmath>
 #include <limits>
 
 class tst_bsVector : public QObject {
@@ -16,12 +17,14 @@ private slots:
     void setReplacesEveryComponent();
     void arithmeticIsComponentWise();
     void divisionByZeroGivesTheIeeeResult();
+    void dotAgreesWithEigen();
     void crossFollowsTheRightHand();
     void crossAgreesWithEigen();
     void lengthIsEuclidean();
     void normalizeScalesToLengthOne_data();
     void normalizeScalesToLengthOne();
     void normalizedLeavesTheOriginal();
+    void isFiniteOnlyIfEveryComponentIs();
     void toleranceIsStrictAndRejectsNan();
 };
 
@@ -57,6 +60,8 @@ void tst_bsVector::arithmeticIsComponentWise()
     compareExactly(a - b, -9.0, -22.0, 33.5);
     compareExactly(-a, -1.0, 2.0, -3.5);
 
+    compareExactly(a * -2.0, -2.0, 4.0, -7.0);
+
     bsVector c = a;
     c += b;
     compareExactly(c, 11.0, 18.0, -26.5);
@@ -74,6 +79,17 @@ void tst_bsVector::divisionByZeroGivesTheIeeeResult()
     QCOMPARE(v.x, std::numeric_limits<double>::infinity());
     QCOMPARE(v.y, -std::numeric_limits<double>::infinity());
     QVERIFY(std::isnan(v.z));
+}
+
+void tst_bsVector::dotAgreesWithEigen()
+{
+    QCOMPARE(dot(bsVector(1.0, -2.0, 3.0), bsVector(4.0, 5.0, 7.0)), 15.0);
+    Oracle::Random random(testSeed());
+    for (int round = 0; round < 1000; ++round) {
+        const Eigen::Vector3d a = random.vector(1000.0);
+        const Eigen::Vector3d b = random.vector(1000.0);
+        QVERIFY(std::fabs(dot(Oracle::vector(a), Oracle::vector(b)) - a.dot(b)) < 1e-8);
+    }
 }
 
 void tst_bsVector::crossFollowsTheRightHand()
@@ -142,6 +158,17 @@ void tst_bsVector::normalizedLeavesTheOriginal()
     const bsVector v(0.0, -8.0, 6.0);
     compareExactly(v.normalized(), 0.0, -0.8, 0.6);
     compareExactly(v, 0.0, -8.0, 6.0);
+}
+
+void tst_bsVector::isFiniteOnlyIfEveryComponentIs()
+{
+    QVERIFY(isFinite(bsVector(1.0, std::numeric_limits<double>::max(), -1.0)));
+    const double infinity = std::numeric_limits<double>::infinity();
+    for (const double bad : {infinity, -infinity, std::numeric_limits<double>::quiet_NaN()}) {
+        QVERIFY(!isFinite(bsVector(bad, 0.0, 0.0)));
+        QVERIFY(!isFinite(bsVector(0.0, bad, 0.0)));
+        QVERIFY(!isFinite(bsVector(0.0, 0.0, bad)));
+    }
 }
 
 void tst_bsVector::toleranceIsStrictAndRejectsNan()

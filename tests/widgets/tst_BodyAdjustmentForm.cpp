@@ -4,6 +4,7 @@
 
 #include <tests/support/Contrast.h>
 #include <tests/support/TestMain.h>
+#include <widgets/SharpPictures.h>
 #include <widgets/WidgetResources.h>
 #include <widgets/bsDoubleWidget.h>
 #include <widgets/xyzWidget.h>
