@@ -1,4 +1,4 @@
-#include "DialogFixture.h"
+#include "DialogTest.h"
 
 #include <dialog/BodyAdjustmentDialog.h>
 #include <model/abcBody.h>
@@ -615,15 +615,10 @@ void print(const Tally &t)
 } // namespace
 
 /// Cancel brings back what the controller held when the dialog was opened.
-class TestDialogCancel : public QObject {
+class TestDialogCancel : public DialogTest {
     Q_OBJECT
 
 private:
-    std::unique_ptr<DialogFixture> m_fixture;
-    DialogFixture &fixture() { return *m_fixture; }
-    FakeHost &host() { return m_fixture->host; }
-    GLCanvas *canvas() { return m_fixture->canvas(); }
-
     /// Opens the dialog, runs the script in it and closes it if that left it open.
     void work(const std::function<void()> &script)
     {
@@ -632,15 +627,14 @@ private:
             fixture().makeDialog();
         QTimer::singleShot(0, this, [&] {
             script();
-            if (fixture().dialog->isVisible()) {
+            if (dialog()->isVisible()) {
                 fixture().answers = {QMessageBox::Yes};
-                fixture().dialog->reject();
+                dialog()->reject();
                 fixture().answers.clear();
             }
         });
-        fixture().dialog->update_and_exec();
+        dialog()->update_and_exec();
     }
-    void press(const char *button) { fixture().child<QPushButton>(button)->click(); }
     void move(int component, double by)
     {
         auto *group = fixture().child<xyzWidget>("body_pos_xyzWidget");
@@ -666,7 +660,7 @@ private:
     {
         fixture().boxes.clear();
         fixture().answers = {discard};
-        fixture().dialog->reject();
+        dialog()->reject();
         fixture().answers.clear();
     }
     QStringList boxTexts()
@@ -676,7 +670,6 @@ private:
             texts.append(box.text);
         return texts;
     }
-    QStringList transforms() { return host().transcript.filter("quorel2 body transform"); }
     /// What was written of marker lists: the lines without their beginning.
     QStringList listLines()
     {
@@ -705,12 +698,10 @@ private:
 
 private slots:
     void initTestCase() { dropWindowlessWarnings(); }
-    void init() { m_fixture = std::make_unique<DialogFixture>(); }
-    void cleanup() { m_fixture.reset(); }
 
     void whateverWasDoneCancelBringsEverythingBack()
     {
-        m_fixture.reset(); // it would answer the boxes too
+        dropFixture();
         RandomWork work(testSeed());
         for (int i = 0; i < 250; ++i) {
             const QString problem = work.run();
@@ -729,7 +720,7 @@ private slots:
 
     void whateverFailedMeanwhileCancelBringsEverythingBack()
     {
-        m_fixture.reset(); // it would answer the boxes too
+        dropFixture();
         RandomWork work(testSeed());
         work.withFaults = true;
         for (int i = 0; i < 150; ++i) {
@@ -754,7 +745,7 @@ private slots:
             canvas()->select(canvas()->body().markers().at(0));
             host().clearRecords();
             cancel(QMessageBox::No);
-            QVERIFY(fixture().dialog->isVisible());
+            QVERIFY(dialog()->isVisible());
             QCOMPARE(boxTexts(), QStringList{"Discard the changes for all bodies?"});
             QCOMPARE(host().transcript.mid(0, 3),
                      (QStringList{"get status active", "quorel2 tracking stop",
@@ -781,7 +772,7 @@ private slots:
             QCOMPARE(canvas()->body().undoCount(), 0);
             host().clearRecords();
             cancel(QMessageBox::Yes);
-            QVERIFY(!fixture().dialog->isVisible());
+            QVERIFY(!dialog()->isVisible());
             QVERIFY(boxTexts().isEmpty());
             QVERIFY(listLines().isEmpty());
         });
@@ -814,7 +805,7 @@ private slots:
             QCOMPARE(xOf("standard", 1), (QVector<double>{-10, 90, -10, 20, -70, 10}));
             press("redo_button");
             cancel(QMessageBox::Yes);
-            QVERIFY(!fixture().dialog->isVisible());
+            QVERIFY(!dialog()->isVisible());
         });
         QCOMPARE(xOf("standard", 1), kWandX);
     }
@@ -840,7 +831,7 @@ private slots:
             QCOMPARE(xOf("standard", 2), (QVector<double>{3, 4, 5, 6}));
             host().clearRecords();
             cancel(QMessageBox::Yes);
-            QVERIFY(!fixture().dialog->isVisible());
+            QVERIFY(!dialog()->isVisible());
             // No transform was applied and none is pending: nothing to ask.
             QVERIFY(boxTexts().isEmpty());
         });
@@ -1045,7 +1036,7 @@ private slots:
             QVERIFY(xOf("standard", 1) != kWandX);
             // Nobody is asked: deleted markers come back in any case.
             cancel(QMessageBox::Yes);
-            QVERIFY(!fixture().dialog->isVisible());
+            QVERIFY(!dialog()->isVisible());
             QVERIFY(boxTexts().isEmpty());
         });
         QCOMPARE(xOf("standard", 1), kWandX);
@@ -1077,8 +1068,8 @@ private slots:
             canvas()->select(canvas()->body().markers().at(2));
             QVERIFY(!fixture().isEnabled("pushButton_deleteMarker"));
             host().clearRecords();
-            fixture().dialog->on_pushButton_deleteMarker_clicked();
-            fixture().dialog->on_redo_button_clicked();
+            dialog()->on_pushButton_deleteMarker_clicked();
+            dialog()->on_redo_button_clicked();
             QCOMPARE(host().transcript, QStringList());
 
             // The undo can be tried again.
@@ -1264,7 +1255,7 @@ private slots:
             QCOMPARE(canvas()->body().markerCount(), count);
             QCOMPARE(fixture().isEnabled("redo_button"), possible);
             host().clearRecords();
-            fixture().dialog->on_redo_button_clicked();
+            dialog()->on_redo_button_clicked();
             QCOMPARE(host().transcript.filter("delete_marker").size(), possible ? 1 : 0);
             host().parameters[parameter] = told;
         });
@@ -1404,7 +1395,7 @@ private slots:
         work([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(2);
-            fixture().dialog->on_ok_button_clicked();
+            dialog()->on_ok_button_clicked();
         });
         QCOMPARE(xOf("standard", 1).size(), 5);
         work([&] {

@@ -1,4 +1,4 @@
-#include "DialogFixture.h"
+#include "DialogTest.h"
 
 #include <dialog/BodyAdjustmentDialog.h>
 #include <model/abcBody.h>
@@ -12,15 +12,10 @@
 #include <QTimer>
 #include <QtTest>
 
-class TestDialogHelp : public QObject {
+class TestDialogHelp : public DialogTest {
     Q_OBJECT
 
 private:
-    std::unique_ptr<DialogFixture> m_fixture;
-    DialogFixture &fixture() { return *m_fixture; }
-    FakeHost &host() { return m_fixture->host; }
-    BodyAdjustmentDialog *dialog() { return m_fixture->dialog.get(); }
-
     static HelpDialog *openHelp()
     {
         return qobject_cast<HelpDialog *>(QApplication::activeModalWidget());
@@ -40,9 +35,6 @@ private:
     }
 
 private slots:
-    void init() { m_fixture = std::make_unique<DialogFixture>(); }
-    void cleanup() { m_fixture.reset(); }
-
     void theHelpIsOpenAboveTheDialogUntilItIsClosed_data()
     {
         QTest::addColumn<bool>("byKey");
@@ -97,7 +89,7 @@ private slots:
             QVERIFY(wasShown);
             QTRY_VERIFY(!help);
             QVERIFY(dialog()->isVisible());
-            QCOMPARE(fixture().canvas()->body().undoCount(), 1);
+            QCOMPARE(canvas()->body().undoCount(), 1);
             QVERIFY(fixture().isEnabled("apply_button"));
             QVERIFY(host().transcript.isEmpty());
         });
@@ -125,14 +117,14 @@ private slots:
     {
         fixture().session([&] {
             fixture().choose(DialogFixture::Plain);
-            fixture().child<QAbstractButton>("online_checkbox")->click();
+            goOnline();
             whenHelpIsOpen([&](HelpDialog *help) {
                 QCOMPARE(host().deliver("6d", "6d 1 [1 1.000][1 2 3][0 1 0 -1 0 0 0 0 1]"), 0);
-                QTRY_VERIFY(fixture().canvas()->isTracked());
+                QTRY_VERIFY(canvas()->isTracked());
                 help->close();
             });
             fixture().click("help_button");
-            QVERIFY(fixture().canvas()->isTracked());
+            QVERIFY(canvas()->isTracked());
         });
     }
 };

@@ -1,4 +1,4 @@
-#include "DialogFixture.h"
+#include "DialogTest.h"
 
 #include <dialog/BodyAdjustmentDialog.h>
 #include <model/abcBody.h>
@@ -11,7 +11,6 @@
 #include <QAbstractItemView>
 #include <QAbstractSpinBox>
 #include <QApplication>
-#include <QCheckBox>
 #include <QComboBox>
 #include <QDoubleSpinBox>
 #include <QLabel>
@@ -74,16 +73,11 @@ public:
 
 } // namespace
 
-class TestDialogMessages : public QObject {
+class TestDialogMessages : public DialogTest {
     Q_OBJECT
 
 private:
-    std::unique_ptr<DialogFixture> m_fixture;
-    DialogFixture &fixture() { return *m_fixture; }
-    FakeHost &host() { return m_fixture->host; }
-    GLCanvas *canvas() { return m_fixture->canvas(); }
-    BodyAdjustmentDialog *dialog() { return m_fixture->dialog.get(); }
-    QComboBox *list() { return m_fixture->child<QComboBox>("body_name"); }
+    QComboBox *list() { return fixture().child<QComboBox>("body_name"); }
 
     void send(const QByteArray &sender, const QByteArray &text)
     {
@@ -188,7 +182,7 @@ private:
             else
                 fixture().click("pushButton_deleteMarker");
         } else if (window == QLatin1String("unknown type")) {
-            fixture().child<QCheckBox>("online_checkbox")->click();
+            goOnline();
             list()->setItemData(DialogFixture::Plain, QStringLiteral("target|2|calibrated|tt_std"));
             host().hook =
                 [](const FakeHost::Exchange &exchange) -> std::optional<FakeHost::Answer> {
@@ -247,9 +241,6 @@ private:
     }
 
 private slots:
-    void init() { m_fixture = std::make_unique<DialogFixture>(); }
-    void cleanup() { m_fixture.reset(); }
-
     // Other threads -------------------------------------------------------------------------------
 
     void aRequestFromAnotherThreadOpensTheDialogOnItsOwn_data()
@@ -365,10 +356,7 @@ private slots:
             canvas()->select(canvas()->body().markers().at(4));
             // One more value is half typed.
             fixture().typeValue("body_ori_xyzWidget", 2, "3");
-            auto *field = fixture()
-                              .child<QWidget>("body_ori_xyzWidget")
-                              ->findChildren<QDoubleSpinBox *>()
-                              .at(2);
+            auto *field = spinBox("body_ori_xyzWidget", 2);
             const QString typed = field->text();
             const QStringList enabled = fixture().enabledControls();
             host().clearRecords();
@@ -787,7 +775,7 @@ private slots:
             QVERIFY(!fixture().dialog);
             QCOMPARE(fixture().boxes.size(), 1);
         });
-        QCOMPARE(host().transcript.filter("quorel2 body transform").size(), 1);
+        QCOMPARE(transforms().size(), 1);
         QVERIFY(host().requesters.isEmpty());
     }
 

@@ -1,4 +1,4 @@
-#include "DialogFixture.h"
+#include "DialogTest.h"
 
 #include <dialog/BodyAdjustmentDialog.h>
 #include <model/abcBody.h>
@@ -185,23 +185,12 @@ private:
 
 } // namespace
 
-class TestDialogOperations : public QObject {
+class TestDialogOperations : public DialogTest {
     Q_OBJECT
 
 private:
-    std::unique_ptr<DialogFixture> m_fixture;
-    DialogFixture &fixture() { return *m_fixture; }
-    FakeHost &host() { return m_fixture->host; }
-    GLCanvas *canvas() { return m_fixture->canvas(); }
-    BodyAdjustmentDialog *dialog() { return m_fixture->dialog.get(); }
     const abcBody &body() { return canvas()->body(); }
     Eigen::Matrix4d base() { return Oracle::matrix(body().baseMatrix()); }
-    QStringList transforms() { return host().transcript.filter("quorel2 body transform"); }
-    QDoubleSpinBox *spinBox(const char *group, int component)
-    {
-        return fixture().child<QWidget>(group)->findChildren<QDoubleSpinBox *>().at(component);
-    }
-    void goOnline() { fixture().child<QCheckBox>("online_checkbox")->click(); }
 
     /// Where a point of the stored frame is seen from the initial camera.
     QPoint place(const Eigen::Vector3d &point)
@@ -363,9 +352,6 @@ private:
     }
 
 private slots:
-    void init() { m_fixture = std::make_unique<DialogFixture>(); }
-    void cleanup() { m_fixture.reset(); }
-
     // An axis through two markers -----------------------------------------------------------------
 
     void anAxisIsLaidThroughTheTwoChosenMarkers_data()
@@ -609,7 +595,7 @@ private slots:
                                       &BodyAdjustmentDialog::on_pushButton_due_to_room_clicked,
                                       &BodyAdjustmentDialog::on_pushButton_due_to_room_0_clicked}) {
                 error->clear();
-                (fixture().dialog.get()->*preset)();
+                (dialog()->*preset)();
                 QCOMPARE(error->text(), QStringLiteral("No body is shown."));
                 QVERIFY(!fixture().isEnabled("apply_button"));
             }
@@ -620,10 +606,10 @@ private slots:
     {
         fixture().session([&] {
             fixture().choose(DialogFixture::Wand);
-            fixture().dialog->on_pushButton_due_to_room_clicked();
+            dialog()->on_pushButton_due_to_room_clicked();
             QCOMPARE(body().undoCount(), 1);
             QVERIFY(!fixture().child<QLabel>("error_label")->isVisible());
-            fixture().dialog->on_adjust_axes_to_room_button_clicked();
+            dialog()->on_adjust_axes_to_room_button_clicked();
             QCOMPARE(body().undoCount(), 1);
         });
     }

@@ -1,4 +1,4 @@
-#include "DialogFixture.h"
+#include "DialogTest.h"
 
 #include <dialog/BodyAdjustmentDialog.h>
 #include <model/abcBody.h>
@@ -29,15 +29,10 @@ const char *const kComponents[] = {"ex", "ey", "ez"};
 } // namespace
 
 /// The tab is taken out of the form; its fields still work.
-class TestEmissionTab : public QObject {
+class TestEmissionTab : public DialogTest {
     Q_OBJECT
 
 private:
-    std::unique_ptr<DialogFixture> m_fixture;
-    DialogFixture &fixture() { return *m_fixture; }
-    FakeHost &host() { return m_fixture->host; }
-    GLCanvas *canvas() { return m_fixture->canvas(); }
-
     void work(const std::function<void()> &script)
     {
         if (!fixture().dialog)
@@ -45,10 +40,10 @@ private:
         QTimer::singleShot(0, this, [&] {
             script();
             fixture().answers = {QMessageBox::Yes};
-            fixture().dialog->reject();
+            dialog()->reject();
             fixture().answers.clear();
         });
-        fixture().dialog->update_and_exec();
+        dialog()->update_and_exec();
     }
     QDoubleSpinBox *field(const char *component)
     {
@@ -86,8 +81,6 @@ private:
 
 private slots:
     void initTestCase() { dropWindowlessWarnings(); }
-    void init() { m_fixture = std::make_unique<DialogFixture>(); }
-    void cleanup() { m_fixture.reset(); }
 
     void eachFieldAloneReachesTheMarkersAtOnce_data()
     {
@@ -129,7 +122,6 @@ private slots:
             fixture().choose(DialogFixture::Wand);
             field("ey")->setValue(4.0);
             field("alpha")->setValue(33.25);
-            BodyAdjustmentDialog *dialog = fixture().dialog.get();
             const QVector<void (BodyAdjustmentDialog::*)(double)> slotsOfTheFields = {
                 &BodyAdjustmentDialog::on_doubleSpinBox_ex_valueChanged,
                 &BodyAdjustmentDialog::on_doubleSpinBox_ey_valueChanged,
@@ -137,7 +129,7 @@ private slots:
                 &BodyAdjustmentDialog::on_doubleSpinBox_alpha_valueChanged};
             for (const auto slot : slotsOfTheFields) {
                 canvas()->setAllEmissions(0.0, 0.0, 0.0, 0.0);
-                (dialog->*slot)(99.0);
+                (dialog()->*slot)(99.0);
                 QCOMPARE(direction(), Eigen::Vector3d(0, 1, 0));
                 QCOMPARE(emission().angleDeg, 33.25);
                 QCOMPARE(labels(), (QStringList{"0.000", "1.000", "0.000"}));
