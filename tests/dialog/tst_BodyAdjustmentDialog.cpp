@@ -67,13 +67,6 @@ QStringList markerRead(const QString &body, int count)
     return lines;
 }
 
-QByteArray bodyLine(int id, const char *quality,
-                    const char *rotation = "0.000 1.000 0.000 -1.000 0.000 0.000 0.000 0.000 1.000")
-{
-    return QByteArray("6d 1 [") + QByteArray::number(id) + " " + quality +
-           "][10.000 20.000 30.000 0.000 0.000 90.000][" + rotation + "] ";
-}
-
 } // namespace
 
 class TestBodyAdjustmentDialog : public DialogTest {

@@ -14,7 +14,6 @@
 #include <QRegularExpression>
 #include <QTabWidget>
 #include <QTableWidget>
-#include <QTimer>
 #include <QtTest>
 
 #include <algorithm>
@@ -148,7 +147,6 @@ public:
     explicit RandomWork(quint32 seed)
         : m_random(seed)
     {
-        m_fixture.findChild<QTimer *>()->setInterval(0); // boxes are answered at once
         m_fixture.makeDialog();
     }
 
@@ -168,7 +166,7 @@ public:
         m_faultsGoOn = true;
         const int steps = 20 + below(21);
         host().hook = [this](const FakeHost::Exchange &exchange) { return watch(exchange); };
-        QTimer::singleShot(0, &m_fixture, [this, steps] {
+        m_fixture.quickSession([this, steps] {
             for (int i = 0; i < steps && m_problem.isEmpty() && dialog()->isVisible(); ++i)
                 step();
             m_faultsGoOn = false;
@@ -184,7 +182,6 @@ public:
                 dialog()->hide();
             }
         });
-        m_fixture.dialog->update_and_exec();
         if (!withFaults && !host().errors().isEmpty())
             report(host().errors().first());
         for (const Held &held : m_bodies) {
@@ -619,33 +616,13 @@ class TestDialogCancel : public DialogTest {
     Q_OBJECT
 
 private:
-    /// Opens the dialog, runs the script in it and closes it if that left it open.
-    void work(const std::function<void()> &script)
-    {
-        fixture().findChild<QTimer *>()->setInterval(0);
-        if (!fixture().dialog)
-            fixture().makeDialog();
-        QTimer::singleShot(0, this, [&] {
-            script();
-            if (dialog()->isVisible()) {
-                fixture().answers = {QMessageBox::Yes};
-                dialog()->reject();
-                fixture().answers.clear();
-            }
-        });
-        dialog()->update_and_exec();
-    }
     void move(int component, double by)
     {
-        auto *group = fixture().child<xyzWidget>("body_pos_xyzWidget");
-        group->findChildren<bsDoubleWidget *>().at(component)->adjustValue(by);
-        group->finishEditing();
+        fixture().changeValue("body_pos_xyzWidget", component, by);
     }
     void turn(int component, double degrees)
     {
-        auto *group = fixture().child<xyzWidget>("body_ori_xyzWidget");
-        group->findChildren<bsDoubleWidget *>().at(component)->adjustValue(degrees);
-        group->finishEditing();
+        fixture().changeValue("body_ori_xyzWidget", component, degrees);
     }
     void deleteMarker(int marker, QMessageBox::StandardButton apply = QMessageBox::No)
     {
@@ -736,7 +713,7 @@ private slots:
 
     void noBringsDeletedMarkersBackAllTheSameAndKeepsTheWork()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(3);
             deleteMarker(1);
@@ -780,7 +757,7 @@ private slots:
 
     void afterNoRedoDeletesAgain()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(3);
             deleteMarker(1);
@@ -816,7 +793,7 @@ private slots:
     {
         host().addBody("standard", 2, "", true, "tt_std",
                        {{1, 0, 0}, {2, 0, 0}, {3, 60, 0}, {4, 40, 50}, {5, 1, 1}, {6, 2, 3}});
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::SpareProbe);
             deleteMarker(4);
             // The reading behind it takes the number of the vimbar for a place in the list.
@@ -844,7 +821,7 @@ private slots:
 
     void undoTakesBackOnlyWhatWasDeletedOfTheChosenBody()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::SpareProbe);
             deleteMarker(4);
             fixture().choose(DialogFixture::Wand);
@@ -869,7 +846,7 @@ private slots:
     {
         host().addBody("vimbar", 1, "Probe", true, "tt_std",
                        {{7, 0, 0}, {8, 0, 0}, {9, 60, 0}, {10, 40, 50}, {11, 1, 1}});
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Probe);
             deleteMarker(0);
             QCOMPARE(fixture().child<QComboBox>("body_name")->currentIndex(),
@@ -892,7 +869,7 @@ private slots:
 
     void undoOfADeletionKeepsTheEditsThatCameAfterIt()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(2);
             move(0, 10.0);
@@ -914,7 +891,7 @@ private slots:
 
     void whatWasDeletedIsWrittenBackInTheFrameThatTheBodyHasThen()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(2);
             turn(0, 90.0);
@@ -943,7 +920,7 @@ private slots:
 
     void whatIsDeletedAfterAnApplyThatCouldNotReadBackComesBackInTheRightFrame()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             turn(2, 90.0);
             host().failLine("get body number_of_marker standard b01");
@@ -969,7 +946,7 @@ private slots:
     void theMarkersAreReadAgainBeforeTheWorkIsWritten()
     {
         // "Apply the changes?" comes with the reading that follows the deletion.
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             move(0, 10.0);
             fixture().boxes.clear();
@@ -1003,7 +980,7 @@ private slots:
     {
         QFETCH(QString, line);
         QFETCH(QString, error);
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(1);
             move(0, 10.0);
@@ -1026,7 +1003,7 @@ private slots:
 
     void anUndoThatWasWrittenInPartIsMadeUpForByCancel()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(1);
             host().failLine("set body marker standard b01 m02 100.000 0.000 0.000");
@@ -1054,7 +1031,7 @@ private slots:
     {
         QFETCH(QString, line);
         QFETCH(int, held);
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(4);
             deleteMarker(2);
@@ -1089,7 +1066,7 @@ private slots:
 
     void whereTheMarkersAreReadAgainAfterAnUndoThatFailedTheyCanBeDeleted()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(2);
             host().failLine("set body number_of_marker standard b01 6");
@@ -1111,7 +1088,7 @@ private slots:
 
     void markersOfTheOpeningThatCouldNotBeWrittenBackAreNotDeletedAgain()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(2);
             move(0, 10.0);
@@ -1141,7 +1118,7 @@ private slots:
     void aDeletionThatCouldNotBeReadBackIsShownAllTheSame()
     {
         QFETCH(QString, line);
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             host().failLine(line);
             deleteMarker(2);
@@ -1177,7 +1154,7 @@ private slots:
 
     void whetherADeletionWasCarriedOutIsReadBeforeTheNextOne()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             host().failLine("quorel2 body delete_marker standard b01 m03");
             host().failLine("get body number_of_marker standard b01");
@@ -1202,7 +1179,7 @@ private slots:
     void afterAnApplyThatCouldNotBeReadBackADeletionCanBeUndone()
     {
         QFETCH(bool, byQuestion);
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(2);
             move(0, 10.0);
@@ -1242,7 +1219,7 @@ private slots:
         QFETCH(int, marker);
         QFETCH(int, count);
         QFETCH(bool, possible);
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(marker);
             press("undo_button");
@@ -1263,7 +1240,7 @@ private slots:
 
     void whereTheMarkersAreNotKnownTheListReadsThemAgain()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(2);
             host().failLine("set body number_of_marker standard b01 6");
@@ -1285,7 +1262,7 @@ private slots:
 
     void aDeletionAfterAnUndoThatWasWrittenInPartKeepsBothSteps()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(1);
             host().failLine("set body marker standard b01 m02 100.000 0.000 0.000");
@@ -1319,7 +1296,7 @@ private slots:
         QFETCH(int, status);
         QFETCH(QByteArray, reply);
         QFETCH(int, errors);
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             host().answerLine("quorel2 body delete_marker standard b01 m03", {status, reply, true});
             deleteMarker(2);
@@ -1347,7 +1324,7 @@ private slots:
 
     void aRedoThatWasRefusedEndsTheRedoing()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(5);
             deleteMarker(4);
@@ -1370,7 +1347,7 @@ private slots:
 
     void anEditThatCameToNothingLeavesADeletionToBeRedone()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(2);
             press("undo_button");
@@ -1392,13 +1369,13 @@ private slots:
 
     void openingAnewForgetsTheDeletionsOfTheLastTime()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(2);
             dialog()->on_ok_button_clicked();
         });
         QCOMPARE(xOf("standard", 1).size(), 5);
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             QVERIFY(!fixture().isEnabled("undo_button"));
             QVERIFY(!fixture().isEnabled("redo_button"));

@@ -3,6 +3,7 @@
 #include <dialog/BodyAdjustmentDialog.h>
 #include <model/abcBody.h>
 #include <model/abcMarker.h>
+#include <tests/model/GeometryOracle.h>
 #include <tests/support/TestMain.h>
 #include <view/GLCanvas.h>
 #include <widgets/xyzWidget.h>
@@ -32,18 +33,6 @@ namespace {
 const QString kIdentityRotation =
     QStringLiteral("1.00000000 0.00000000 0.00000000 0.00000000 1.00000000 0.00000000 "
                    "0.00000000 0.00000000 1.00000000");
-
-/// The numbers of a transform command as a transform.
-Eigen::Isometry3d transformOf(const QString &command)
-{
-    const QStringList words = command.split(QLatin1Char(' '));
-    Eigen::Isometry3d transform = Eigen::Isometry3d::Identity();
-    for (int i = 0; i < 3; ++i)
-        transform.matrix()(i, 3) = words.at(5 + i).toDouble();
-    for (int i = 0; i < 9; ++i)
-        transform.matrix()(i % 3, i / 3) = words.at(8 + i).toDouble();
-    return transform;
-}
 
 double distance(const bsVector &a, const bsVector &b)
 {
@@ -259,8 +248,8 @@ private slots:
             Eigen::Isometry3d base = Eigen::Isometry3d::Identity();
             base.translate(cog);
             base.rotate(Eigen::AngleAxisd(EIGEN_PI / 6.0, Eigen::Vector3d::UnitZ()));
-            const Eigen::Isometry3d written = transformOf(transforms().first());
-            QVERIFY(written.matrix().isApprox(base.inverse().matrix(), 1e-4));
+            const Eigen::Matrix4d written = Oracle::matrix(transformOf(transforms().first()));
+            QVERIFY(written.isApprox(base.inverse().matrix(), 1e-4));
             const QRegularExpression format(
                 QStringLiteral("^quorel2 body transform standard b01( -?\\d+\\.\\d{3}){3}"
                                "( -?\\d\\.\\d{8}){9}$"));
@@ -1082,14 +1071,7 @@ private slots:
                 end();
                 return;
             }
-            QTimer untilOpen;
-            connect(&untilOpen, &QTimer::timeout, this, [&] {
-                if (!QApplication::activePopupWidget())
-                    return;
-                untilOpen.stop();
-                end();
-            });
-            untilOpen.start(5);
+            runWhen([] { return QApplication::activePopupWidget() != nullptr; }, end);
             if (inHand == "menu of the table")
                 dialog()->toggled_switch_view();
             // Straight to the widget: behind a right press in a window Qt itself goes on with it.
@@ -1131,15 +1113,11 @@ private slots:
             else
                 chooseAndMove(DialogFixture::Wand, "10");
             fixture().leaveBoxesOpen = true;
-            QTimer end;
-            connect(&end, &QTimer::timeout, this, [&] {
+            const auto isOpenAbove = [this] {
                 QWidget *modal = QApplication::activeModalWidget();
-                if (modal && modal != dialog() && modal->isVisible()) {
-                    end.stop();
-                    fixture().dialog.reset();
-                }
-            });
-            end.start(5);
+                return modal && modal != dialog() && modal->isVisible();
+            };
+            runWhen(isOpenAbove, [this] { fixture().dialog.reset(); });
             if (box == "leaving a body")
                 fixture().choose(DialogFixture::Plain);
             else if (box == "cancel")

@@ -9,7 +9,6 @@
 #include <QApplication>
 #include <QPointer>
 #include <QPushButton>
-#include <QTimer>
 #include <QtTest>
 
 class TestDialogHelp : public DialogTest {
@@ -19,19 +18,6 @@ private:
     static HelpDialog *openHelp()
     {
         return qobject_cast<HelpDialog *>(QApplication::activeModalWidget());
-    }
-    void whenHelpIsOpen(const std::function<void(HelpDialog *)> &script)
-    {
-        auto *timer = new QTimer(&fixture());
-        connect(timer, &QTimer::timeout, this, [=] {
-            if (!openHelp() || !openHelp()->isVisible())
-                return;
-            timer->stop();
-            timer->deleteLater();
-            QVERIFY(QTest::qWaitForWindowActive(openHelp()));
-            script(openHelp());
-        });
-        timer->start(5);
     }
 
 private slots:
@@ -59,7 +45,7 @@ private slots:
             host().clearRecords();
             QPointer<HelpDialog> help;
             bool wasShown = false;
-            whenHelpIsOpen([&](HelpDialog *opened) {
+            whenModal<HelpDialog>([&](HelpDialog *opened) {
                 help = opened;
                 wasShown = true;
                 QCOMPARE(opened->parentWidget(), static_cast<QWidget *>(dialog()));
@@ -100,7 +86,7 @@ private slots:
         fixture().session([&] {
             int opened = 0;
             for (int i = 0; i < 3; ++i) {
-                whenHelpIsOpen([&](HelpDialog *help) {
+                whenModal<HelpDialog>([&](HelpDialog *help) {
                     ++opened;
                     help->close();
                 });
@@ -118,7 +104,7 @@ private slots:
         fixture().session([&] {
             fixture().choose(DialogFixture::Plain);
             goOnline();
-            whenHelpIsOpen([&](HelpDialog *help) {
+            whenModal<HelpDialog>([&](HelpDialog *help) {
                 QCOMPARE(host().deliver("6d", "6d 1 [1 1.000][1 2 3][0 1 0 -1 0 0 0 0 1]"), 0);
                 QTRY_VERIFY(canvas()->isTracked());
                 help->close();

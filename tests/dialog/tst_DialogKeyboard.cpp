@@ -25,7 +25,6 @@
 #include <QTabBar>
 #include <QTabWidget>
 #include <QTableWidget>
-#include <QTimer>
 #include <QWindow>
 #include <QtTest>
 
@@ -37,14 +36,6 @@ namespace {
 
 /// A button that a shortcut presses is shown pressed for this long before it acts, and some more.
 constexpr int kClickMs = 250;
-
-const QByteArray kPlace = "[10 20 30 0 0 90][0.0 1.0 0.0 -1.0 0.0 0.0 0.0 0.0 1.0]";
-
-/// A "6d" line of one body.
-QByteArray bodyLine(int id, const QByteArray &quality)
-{
-    return "6d 1 [" + QByteArray::number(id) + " " + quality + "]" + kPlace;
-}
 
 /// The text of the label that screen readers tell with a control.
 QString accessibleLabel(QWidget *widget)
@@ -124,35 +115,6 @@ const QStringList kWheels = words("View position x|View position y|View position
 const QStringList kBelow = words("online_checkbox|undo_button|redo_button|help_button|ok_button|"
                                  "apply_button|cancel_button");
 const QStringList kReset = words("reset_view_button");
-
-/// Calls @p script as soon as a window of that class is open; tells whether it came.
-template <typename Window>
-class WhenOpen : public QObject {
-public:
-    explicit WhenOpen(const std::function<void(Window *)> &script)
-    {
-        connect(&m_timer, &QTimer::timeout, this, [this, script] {
-            auto *window = qobject_cast<Window *>(QApplication::activeModalWidget());
-            if (!window || !window->isVisible() || !QTest::qWaitForWindowActive(window))
-                return;
-            m_timer.stop();
-            m_came = true;
-            const QPointer<Window> guard(window);
-            script(window);
-            // A script that fails half-way leaves it open, and the test would wait for ever.
-            QTimer::singleShot(kClickMs, window, [guard] {
-                if (guard)
-                    guard->reject();
-            });
-        });
-        m_timer.start(5);
-    }
-    bool came() const { return m_came; }
-
-private:
-    QTimer m_timer;
-    bool m_came = false;
-};
 
 } // namespace
 
@@ -342,16 +304,19 @@ private slots:
         fixture().session([&] {
             choose(DialogFixture::Wand);
             select({0, 2});
-            const WhenOpen<SetAxisDialog> keys([](SetAxisDialog *window) {
+            bool closed = false;
+            whenModal<SetAxisDialog>([&](SetAxisDialog *window) {
                 // From X to Z, then Return for OK.
                 QTRY_COMPARE(nameOf(QApplication::focusWidget()),
                              QStringLiteral("axisToSetComboBox"));
                 pressKey(window, Qt::Key_Down);
                 pressKey(window, Qt::Key_Down);
                 pressKey(window, Qt::Key_Return);
+                QTRY_VERIFY(!window->isVisible());
+                closed = true;
             });
             pressKey(dialog(), Qt::Key_X, Qt::AltModifier);
-            QTRY_VERIFY(keys.came());
+            QTRY_VERIFY(closed);
             // The marker at (0, 60, 0) now lies on the Z axis.
             QTRY_VERIFY(near(marker(2) - marker(0), bsVector(0, 0, 60)));
         });
@@ -470,10 +435,14 @@ private slots:
     void altHOpensTheHelpAndAltXClosesIt()
     {
         fixture().session([&] {
-            const WhenOpen<HelpDialog> keys(
-                [](HelpDialog *window) { pressKey(window, Qt::Key_X, Qt::AltModifier); });
+            bool closed = false;
+            whenModal<HelpDialog>([&](HelpDialog *window) {
+                pressKey(window, Qt::Key_X, Qt::AltModifier);
+                QTRY_VERIFY(!window->isVisible());
+                closed = true;
+            });
             pressKey(dialog(), Qt::Key_H, Qt::AltModifier);
-            QTRY_VERIFY(keys.came());
+            QTRY_VERIFY(closed);
             QTRY_VERIFY(!dialog()->findChild<HelpDialog *>());
             QVERIFY(dialog()->isVisible());
         });

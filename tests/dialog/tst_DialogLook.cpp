@@ -41,7 +41,6 @@ namespace {
 const QSize kSmallScreen(1280, 1024);
 const QSize kNarrow(900, 650);
 const QSize kWide(1900, 1150);
-const QByteArray kPlace = "[10 20 30 0 0 90][0.0 1.0 0.0 -1.0 0.0 0.0 0.0 0.0 1.0]";
 
 /// Makes every line of every text 40% longer, inside the marks of a rich text too, with letters
 /// that stand high and low. Key sequences stay.
@@ -285,10 +284,7 @@ private:
         QCoreApplication::processEvents();
         QCOMPARE(canvas()->isVisible(), !dataView);
     }
-    void deliver(const QByteArray &quality)
-    {
-        host().deliver("6d", "6d 1 [0 " + quality + "]" + kPlace);
-    }
+    void deliver(const QByteArray &quality) { host().deliver("6d", bodyLine(0, quality)); }
     static void settle()
     {
         for (int i = 0; i < 5; ++i)

@@ -3,6 +3,7 @@
 #include <dialog/BodyAdjustmentDialog.h>
 #include <model/abcBody.h>
 #include <model/abcMarker.h>
+#include <tests/support/EventCounter.h>
 #include <tests/support/TestMain.h>
 #include <view/GLCanvas.h>
 #include <widgets/bsDoubleWidget.h>
@@ -35,27 +36,6 @@ namespace {
 
 const QByteArray kModule = "BodyAdjustmentModule";
 const QByteArray kRequest = "OpenBodyAdjustmentDialog";
-
-/// Counts the events of one type that a widget gets.
-class EventCounter : public QObject {
-public:
-    EventCounter(QWidget *widget, QEvent::Type type)
-        : m_type(type)
-    {
-        widget->installEventFilter(this);
-    }
-    int count = 0;
-
-protected:
-    bool eventFilter(QObject *watched, QEvent *event) override
-    {
-        count += event->type() == m_type ? 1 : 0;
-        return QObject::eventFilter(watched, event);
-    }
-
-private:
-    QEvent::Type m_type;
-};
 
 /// A host in which the module that gets its dialog back asks for the next body at once.
 class AskingHost : public FakeHost {
@@ -99,15 +79,7 @@ private:
     /// Waits until the dialog is up, which opens in an event loop of its own.
     void whenOpen(const std::function<void()> &script)
     {
-        auto *timer = new QTimer(&fixture());
-        connect(timer, &QTimer::timeout, this, [=] {
-            if (!dialog() || !dialog()->isVisible())
-                return;
-            timer->stop();
-            timer->deleteLater();
-            script();
-        });
-        timer->start(1);
+        runWhen([this] { return dialog() && dialog()->isVisible(); }, script);
     }
     /// The message box or dialog that is open above the dialog, or the menu or list if that is the
     /// window meant; null: none.
@@ -120,15 +92,7 @@ private:
     }
     void whenOpenAbove(const QString &window, const std::function<void()> &script)
     {
-        auto *timer = new QTimer(&fixture());
-        connect(timer, &QTimer::timeout, this, [=] {
-            if (!openAbove(window))
-                return;
-            timer->stop();
-            timer->deleteLater();
-            script();
-        });
-        timer->start(5);
+        runWhen([this, window] { return openAbove(window) != nullptr; }, script);
     }
 
     void addWindowRows()

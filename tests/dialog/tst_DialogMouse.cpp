@@ -228,8 +228,7 @@ private slots:
             fixture().choose(DialogFixture::Wand);
             goOnline();
             for (const QByteArray &quality : qAsConst(qualities)) {
-                host().deliver("6d", "6d 1 [0 " + quality +
-                                         "][1 2 3 0 0 0][0.0 1.0 0.0 -1.0 0.0 0.0 0.0 0.0 1.0]");
+                host().deliver("6d", bodyLine(0, quality));
                 dialog()->update_track();
             }
             for (const char *button : {"adjust_axes_to_room_button", "pushButton_due_to_room",

@@ -5,6 +5,7 @@
 #include <model/abcLine.h>
 #include <model/abcMarker.h>
 #include <tests/model/GeometryOracle.h>
+#include <tests/support/EventCounter.h>
 #include <tests/support/TestMain.h>
 #include <tests/view/CanvasFixture.h>
 #include <view/GLCanvas.h>
@@ -114,18 +115,6 @@ QByteArray trackedLine(int id, const Eigen::Matrix3d &rotation)
     for (int i = 0; i < 9; ++i)
         line += (i > 0 ? " " : "") + QByteArray::number(rotation(i % 3, i / 3), 'f', 6);
     return line + "]";
-}
-
-/// The numbers of a transform command as a transform.
-Eigen::Matrix4d transformOf(const QString &command)
-{
-    const QStringList words = command.split(QLatin1Char(' '));
-    Eigen::Matrix4d transform = Eigen::Matrix4d::Identity();
-    for (int i = 0; i < 3; ++i)
-        transform(i, 3) = words.at(5 + i).toDouble();
-    for (int i = 0; i < 9; ++i)
-        transform(i % 3, i / 3) = words.at(8 + i).toDouble();
-    return transform;
 }
 
 void sendMouse(QWidget *widget, QEvent::Type type, const QPoint &position, Qt::MouseButton button,
@@ -400,7 +389,7 @@ private slots:
 
             fixture().click("apply_button");
             QCOMPARE(transforms().size(), 1);
-            const Eigen::Matrix4d written = transformOf(transforms().first());
+            const Eigen::Matrix4d written = Oracle::matrix(transformOf(transforms().first()));
             QVERIFY((written - after.inverse()).cwiseAbs().maxCoeff() < 6e-4);
             const QVector<bsVector> stored = host().markers("standard", 1);
             // The axis is what it was asked to be, in the markers that the controller now has.
@@ -848,7 +837,7 @@ private slots:
             }
             QVERIFY(poll && poll->isActive());
             KeptPicture picture(canvas());
-            PaintCounter events(*canvas());
+            EventCounter events(canvas(), QEvent::Paint);
             int ticks = 0;
             int repainted = 0;
             picture.spoil();

@@ -31,14 +31,6 @@
 
 namespace {
 
-const QByteArray kPlace = "[10 20 30 0 0 90][0.0 1.0 0.0 -1.0 0.0 0.0 0.0 0.0 1.0]";
-
-/// A "6d" line of one body.
-QByteArray bodyLine(int id, const QByteArray &quality)
-{
-    return "6d 1 [" + QByteArray::number(id) + " " + quality + "]" + kPlace;
-}
-
 /// A "6df2" line in which the body at that place has the quality; those before it are tracked.
 QByteArray vimbarLine(int place, const QByteArray &quality)
 {
@@ -47,12 +39,6 @@ QByteArray vimbarLine(int place, const QByteArray &quality)
         line += " [" + QByteArray::number(i) + " " + (i == place ? quality : "1.000") + " 4 2]" +
                 kPlace + "[0 0]";
     return line;
-}
-
-/// Zeros without a sign, so that a command can be compared as a whole.
-QStringList withPlainZeros(QStringList commands)
-{
-    return commands.replaceInStrings(" -0.000", " 0.000");
 }
 
 /// A transform command that only moves.

@@ -128,12 +128,6 @@ QStringList when(bool condition, const QStringList &lines)
     return condition ? lines : QStringList();
 }
 
-/// An unset sign of zero means nothing; it is left open where several transforms are multiplied.
-QStringList withPlainZeros(QStringList lines)
-{
-    return lines.replaceInStrings(" -0.000", " 0.000");
-}
-
 // What is exchanged -------------------------------------------------------------------------------
 
 QStringList multiUserRead(const Controller &c)

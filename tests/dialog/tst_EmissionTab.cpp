@@ -13,7 +13,6 @@
 #include <QLocale>
 #include <QPushButton>
 #include <QRegularExpression>
-#include <QTimer>
 #include <QtTest>
 
 #include <Eigen/Dense>
@@ -33,18 +32,6 @@ class TestEmissionTab : public DialogTest {
     Q_OBJECT
 
 private:
-    void work(const std::function<void()> &script)
-    {
-        if (!fixture().dialog)
-            fixture().makeDialog();
-        QTimer::singleShot(0, this, [&] {
-            script();
-            fixture().answers = {QMessageBox::Yes};
-            dialog()->reject();
-            fixture().answers.clear();
-        });
-        dialog()->update_and_exec();
-    }
     QDoubleSpinBox *field(const char *component)
     {
         const QByteArray name = QByteArray("doubleSpinBox_") + component;
@@ -102,7 +89,7 @@ private slots:
         QFETCH(QByteArray, component);
         QFETCH(QStringList, expectedLabels);
         QFETCH(Emission, expected);
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             QCOMPARE(labels(), (QStringList{"1.00", "1.00", "1.00"}));
             field(component.constData())->setValue(2.5);
@@ -118,7 +105,7 @@ private slots:
 
     void theSlotsTakeTheFieldsAndNotTheirArgument()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             field("ey")->setValue(4.0);
             field("alpha")->setValue(33.25);
@@ -141,7 +128,7 @@ private slots:
     {
         std::mt19937 random(testSeed());
         std::uniform_real_distribution<double> number(-1000.0, 1000.0);
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             for (int i = 0; i < 100; ++i) {
                 const double scale = i % 2 ? 1.0 : 0.001;
@@ -162,7 +149,7 @@ private slots:
     {
         const QLocale before;
         QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             for (const char *component : kComponents)
                 field(component)->setValue(1.0);
@@ -173,7 +160,7 @@ private slots:
 
     void withoutABodyThereIsOnlyTheTextOfTheLabels()
     {
-        work([&] {
+        fixture().quickSession([&] {
             host().clearRecords();
             field("ex")->setValue(3.0);
             field("ez")->setValue(4.0);
@@ -189,7 +176,7 @@ private slots:
 
     void whatIsWrittenBackIsWhatWasRead()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             field("ex")->setValue(1.0);
             field("alpha")->setValue(12.0);
