@@ -91,6 +91,7 @@ private slots:
     void markersOfTheBuiltInBodiesCanBeToldApart()
     {
         const Scenario scenario = Scenario::builtIn();
+        QVERIFY(!scenario.bodies.isEmpty());
         for (const ControllerBody &body : scenario.bodies) {
             QVector<double> distances;
             for (int i = 0; i < body.markers.size(); ++i) {

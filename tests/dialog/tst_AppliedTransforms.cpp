@@ -1,5 +1,6 @@
 #include <dialog/AppliedTransforms.h>
 #include <model/bsPose.h>
+#include <tests/model/GeometryOracle.h>
 #include <tests/support/TestMain.h>
 
 #include <QtTest>
@@ -9,21 +10,6 @@
 #include <random>
 
 namespace {
-
-bsMatrix toMatrix(const Eigen::Isometry3d &transform)
-{
-    bsMatrix matrix;
-    for (int column = 0; column < 4; ++column) {
-        for (int row = 0; row < 4; ++row)
-            matrix.element(row, column) = transform.matrix()(row, column);
-    }
-    return matrix;
-}
-
-Eigen::Matrix4d toEigen(const bsMatrix &matrix)
-{
-    return Eigen::Map<const Eigen::Matrix4d>(matrix.m);
-}
 
 class RandomTransforms {
 public:
@@ -70,8 +56,8 @@ private slots:
         RandomTransforms random(testSeed());
         AppliedTransforms applied;
         applied.reset(2);
-        applied.add(0, 1, toMatrix(random.next()), true);
-        applied.add(1, -1, toMatrix(random.next()), true);
+        applied.add(0, 1, Oracle::matrix(random.next().matrix()), true);
+        applied.add(1, -1, Oracle::matrix(random.next().matrix()), true);
         QVERIFY(!applied.hasChanges());
         QCOMPARE(applied.listSize(), 2);
         for (const int number : {-1, 0, 1, 2, 3}) {
@@ -79,7 +65,7 @@ private slots:
             QVERIFY(!differs(applied.correctionAfterDiscard(number, 0), bsMatrix::identity()));
         }
         // A body that was not written needs no correction, whatever its number shares.
-        applied.add(1, 0, toMatrix(random.next()), true);
+        applied.add(1, 0, Oracle::matrix(random.next().matrix()), true);
         QVERIFY(differs(applied.discardTransform(1), bsMatrix::identity()));
         QVERIFY(!differs(applied.correctionAfterDiscard(1, 1), bsMatrix::identity()));
     }
@@ -91,12 +77,12 @@ private slots:
         const Eigen::Isometry3d second = random.next();
         AppliedTransforms applied;
         applied.reset(3);
-        applied.add(2, 1, toMatrix(first), true);
-        applied.add(2, 1, toMatrix(second), true);
+        applied.add(2, 1, Oracle::matrix(first.matrix()), true);
+        applied.add(2, 1, Oracle::matrix(second.matrix()), true);
         QVERIFY(applied.isChanged(1));
         QVERIFY(!applied.isChanged(0));
         const Eigen::Matrix4d expected = (first * second).inverse().matrix();
-        QVERIFY(toEigen(applied.discardTransform(2)).isApprox(expected, 1e-9));
+        QVERIFY(Oracle::matrix(applied.discardTransform(2)).isApprox(expected, 1e-9));
     }
 
     void oneChangeNeedsNoCorrection()
@@ -104,7 +90,7 @@ private slots:
         RandomTransforms random(testSeed());
         AppliedTransforms applied;
         applied.reset(3);
-        applied.add(3, 0, toMatrix(random.next()), true);
+        applied.add(3, 0, Oracle::matrix(random.next().matrix()), true);
         QVERIFY(!differs(applied.correctionAfterDiscard(3, 0), bsMatrix::identity()));
     }
 
@@ -123,15 +109,15 @@ private slots:
             for (int i = 0; i < writes; ++i) {
                 const int body = random.below(3);
                 const Eigen::Isometry3d transform = random.next();
-                applied.add(numbers[body], body, toMatrix(transform), true);
+                applied.add(numbers[body], body, Oracle::matrix(transform.matrix()), true);
                 state[body] = transform * state[body];
             }
             for (int body = 0; body < 3; ++body) {
                 if (!applied.isChanged(body))
                     continue;
                 const Eigen::Matrix4d restored =
-                    toEigen(applied.correctionAfterDiscard(numbers[body], body)) *
-                    toEigen(applied.discardTransform(numbers[body])) * state[body].matrix();
+                    Oracle::matrix(applied.correctionAfterDiscard(numbers[body], body)) *
+                    Oracle::matrix(applied.discardTransform(numbers[body])) * state[body].matrix();
                 QVERIFY(restored.isApprox(Eigen::Matrix4d::Identity(), 1e-8));
             }
         }
@@ -144,12 +130,12 @@ private slots:
         const Eigen::Isometry3d taken = random.next();
         AppliedTransforms applied;
         applied.reset(1);
-        applied.add(1, 0, toMatrix(refused), false);
-        applied.add(1, 0, toMatrix(taken), true);
-        const Eigen::Matrix4d discard = toEigen(applied.discardTransform(1));
+        applied.add(1, 0, Oracle::matrix(refused.matrix()), false);
+        applied.add(1, 0, Oracle::matrix(taken.matrix()), true);
+        const Eigen::Matrix4d discard = Oracle::matrix(applied.discardTransform(1));
         QVERIFY(discard.isApprox((refused * taken).inverse().matrix(), 1e-9));
         const Eigen::Matrix4d identity = Eigen::Matrix4d::Identity();
-        QVERIFY((toEigen(applied.correctionAfterDiscard(1, 0)) * discard * taken.matrix())
+        QVERIFY((Oracle::matrix(applied.correctionAfterDiscard(1, 0)) * discard * taken.matrix())
                     .isApprox(identity, 1e-8));
     }
 

@@ -1,4 +1,4 @@
-#include "DialogFixture.h"
+#include "DialogTest.h"
 
 #include <dialog/BodyAdjustmentDialog.h>
 #include <model/abcBody.h>
@@ -67,26 +67,12 @@ QStringList markerRead(const QString &body, int count)
     return lines;
 }
 
-QByteArray bodyLine(int id, const char *quality,
-                    const char *rotation = "0.000 1.000 0.000 -1.000 0.000 0.000 0.000 0.000 1.000")
-{
-    return QByteArray("6d 1 [") + QByteArray::number(id) + " " + quality +
-           "][10.000 20.000 30.000 0.000 0.000 90.000][" + rotation + "] ";
-}
-
 } // namespace
 
-class TestBodyAdjustmentDialog : public QObject {
+class TestBodyAdjustmentDialog : public DialogTest {
     Q_OBJECT
 
-private:
-    std::unique_ptr<DialogFixture> m_fixture;
-    DialogFixture &fixture() { return *m_fixture; }
-
 private slots:
-    void init() { m_fixture = std::make_unique<DialogFixture>(); }
-    void cleanup() { m_fixture.reset(); }
-
     // Construction --------------------------------------------------------------------------------
 
     void metaObjectListsTheSignalAndTheSlotsInOrder()
@@ -155,22 +141,21 @@ private slots:
     void metacastAnswersToDialogAndRequester()
     {
         fixture().makeDialog();
-        BodyAdjustmentDialog *dialog = fixture().dialog.get();
-        QCOMPARE(dialog->qt_metacast("BodyAdjustmentDialog"), static_cast<void *>(dialog));
-        QCOMPARE(dialog->qt_metacast("Requester"),
-                 static_cast<void *>(static_cast<Requester *>(dialog)));
+        QCOMPARE(dialog()->qt_metacast("BodyAdjustmentDialog"), static_cast<void *>(dialog()));
+        QCOMPARE(dialog()->qt_metacast("Requester"),
+                 static_cast<void *>(static_cast<Requester *>(dialog())));
     }
 
     void constructionRegistersTheReceiverAndAsksNothing()
     {
         fixture().makeDialog();
-        QCOMPARE(fixture().host.journal, QStringList{"register BodyAdjustmentModule"});
+        QCOMPARE(host().journal, QStringList{"register BodyAdjustmentModule"});
         auto *tabs = fixture().child<QTabWidget>("tabWidget");
         QCOMPARE(tabs->count(), 2);
         QCOMPARE(tabs->currentIndex(), 0);
         auto *stack = fixture().child<QStackedWidget>("stackedWidget");
         QCOMPARE(stack->currentIndex(), 0);
-        QCOMPARE(stack->widget(0), static_cast<QWidget *>(fixture().canvas()));
+        QCOMPARE(stack->widget(0), static_cast<QWidget *>(canvas()));
         QVERIFY(stack->widget(1)->inherits("BodyTable"));
         for (const char *name :
              {"set_origin_button", "set_axis_button", "adjust_axes_to_room_button",
@@ -207,9 +192,9 @@ private slots:
     void destructionUnregistersTheReceiverOnce()
     {
         fixture().makeDialog();
-        fixture().dialog->detachFromHost();
+        dialog()->detachFromHost();
         fixture().dialog.reset();
-        QCOMPARE(fixture().host.journal.count("unregister BodyAdjustmentModule"), 1);
+        QCOMPARE(host().journal.count("unregister BodyAdjustmentModule"), 1);
     }
 
     // Opening and closing -------------------------------------------------------------------------
@@ -238,7 +223,7 @@ private slots:
         QFETCH(bool, available);
         QFETCH(bool, targetType);
         QFETCH(bool, outputForm);
-        fixture().host.setVersion(major, minor);
+        host().setVersion(major, minor);
         QStringList expected = {"register BodyAdjustmentModule"};
         if (changeable)
             expected.append("get config is_changeable");
@@ -255,38 +240,36 @@ private slots:
         expected += QStringList{"add 6df2", "set output active chmon 6df2 yes",
                                 "quorel2 tracking start", "get status active"};
         QStringList opened;
-        fixture().session([&] { opened = fixture().host.journal; });
+        fixture().session([&] { opened = host().journal; });
         QCOMPARE(opened, expected);
     }
 
     void closingWithoutAChangeAsksNoQuestionAndRestoresNothingThatWasOff()
     {
-        fixture().session([&] { fixture().host.clearRecords(); });
-        QCOMPARE(fixture().host.journal,
-                 (QStringList{"get status active", "quorel2 tracking stop", "get status active",
-                              "remove 6d", "remove 6df2"}));
+        fixture().session([&] { host().clearRecords(); });
+        QCOMPARE(host().journal, (QStringList{"get status active", "quorel2 tracking stop",
+                                              "get status active", "remove 6d", "remove 6df2"}));
         QVERIFY(fixture().boxes.isEmpty());
     }
 
     void closingSwitchesOnWhatOpeningSwitchedOff()
     {
-        FakeHost &host = fixture().host;
-        host.parameters["vimbar multiuser_available"] = "yes";
-        host.parameters["vimbar multiuser"] = "yes";
-        host.parameters["vimbar multiuser_with_head_available"] = "yes";
-        host.parameters["vimbar multiuser_with_head"] = "yes";
-        host.parameters["tracking reference"] = "standard 02";
+        host().parameters["vimbar multiuser_available"] = "yes";
+        host().parameters["vimbar multiuser"] = "yes";
+        host().parameters["vimbar multiuser_with_head_available"] = "yes";
+        host().parameters["vimbar multiuser_with_head"] = "yes";
+        host().parameters["tracking reference"] = "standard 02";
         fixture().session([&] {
-            QVERIFY(host.transcript.contains("set vimbar multiuser_with_head no"));
-            QVERIFY(host.transcript.contains("set vimbar multiuser no"));
-            QVERIFY(host.transcript.contains("set tracking reference none"));
-            host.clearRecords();
+            QVERIFY(host().transcript.contains("set vimbar multiuser_with_head no"));
+            QVERIFY(host().transcript.contains("set vimbar multiuser no"));
+            QVERIFY(host().transcript.contains("set tracking reference none"));
+            host().clearRecords();
         });
-        QCOMPARE(host.transcript,
+        QCOMPARE(host().transcript,
                  (QStringList{"get status active", "quorel2 tracking stop",
                               "set vimbar multiuser yes", "set vimbar multiuser_with_head yes",
                               "set tracking reference standard 02", "get status active"}));
-        QVERIFY(host.messages.isEmpty());
+        QVERIFY(host().messages.isEmpty());
     }
 
     void okSwitchesOnWhatOpeningSwitchedOffBeforeItCloses_data()
@@ -302,23 +285,21 @@ private slots:
     {
         QFETCH(bool, changed);
         QFETCH(bool, withHead);
-        FakeHost &host = fixture().host;
-        host.parameters["vimbar multiuser_available"] = "yes";
-        host.parameters["vimbar multiuser"] = "yes";
-        host.parameters["vimbar multiuser_with_head_available"] = "yes";
-        host.parameters["vimbar multiuser_with_head"] = withHead ? "yes" : "no";
-        host.parameters["tracking reference"] = "standard 02";
+        host().parameters["vimbar multiuser_available"] = "yes";
+        host().parameters["vimbar multiuser"] = "yes";
+        host().parameters["vimbar multiuser_with_head_available"] = "yes";
+        host().parameters["vimbar multiuser_with_head"] = withHead ? "yes" : "no";
+        host().parameters["tracking reference"] = "standard 02";
         fixture().makeDialog();
-        connect(fixture().dialog.get(), &QDialog::accepted, this,
-                [&host] { host.journal.append("accepted"); });
+        connect(dialog(), &QDialog::accepted, this, [this] { host().journal.append("accepted"); });
         fixture().session([&] {
             fixture().choose(DialogFixture::Wand);
             if (changed)
                 fixture().typeValue("body_pos_xyzWidget", 0, "10\r");
-            QCOMPARE(host.parameters.value("vimbar multiuser"), QStringLiteral("no"));
-            QCOMPARE(host.parameters.value("vimbar multiuser_with_head"), QStringLiteral("no"));
-            QCOMPARE(host.parameters.value("tracking reference"), QStringLiteral("none"));
-            host.clearRecords();
+            QCOMPARE(host().parameters.value("vimbar multiuser"), QStringLiteral("no"));
+            QCOMPARE(host().parameters.value("vimbar multiuser_with_head"), QStringLiteral("no"));
+            QCOMPARE(host().parameters.value("tracking reference"), QStringLiteral("none"));
+            host().clearRecords();
             fixture().click("ok_button");
         });
         QStringList expected;
@@ -331,7 +312,7 @@ private slots:
             expected.append("set vimbar multiuser_with_head yes");
         expected += QStringList{"set tracking reference standard 02", "get status active",
                                 "remove 6d", "remove 6df2", "accepted"};
-        QCOMPARE(host.journal, expected);
+        QCOMPARE(host().journal, expected);
     }
 
     void fillingTheListLoadsNoBodyAndChoosesNone()
@@ -343,22 +324,21 @@ private slots:
             QCOMPARE(list->itemText(0), QStringLiteral("Wand (Standard body 01)"));
             QCOMPARE(list->itemText(1), QStringLiteral("Standard body 02"));
             QCOMPARE(list->itemData(6).toString(), QStringLiteral("vimbar|2|calibrated|tt_std"));
-            QVERIFY(fixture().host.transcript.filter("number_of_marker").isEmpty());
-            QVERIFY(!fixture().canvas()->isBodyLoaded());
+            QVERIFY(host().transcript.filter("number_of_marker").isEmpty());
+            QVERIFY(!canvas()->isBodyLoaded());
             QVERIFY(list->hasFocus());
         });
     }
 
     void aListThatCouldNotBeReadLoadsNoBodyEither()
     {
-        fixture().host.failLine("get body type_desc vimbar");
+        host().failLine("get body type_desc vimbar");
         fixture().session([&] {
             auto *list = fixture().child<QComboBox>("body_name");
             QCOMPARE(list->count(), 5);
             QCOMPARE(list->currentIndex(), -1);
-            QVERIFY(!fixture().canvas()->isBodyLoaded());
-            QCOMPARE(fixture().host.errors(),
-                     QStringList{"Error: Unable to check body type description"});
+            QVERIFY(!canvas()->isBodyLoaded());
+            QCOMPARE(host().errors(), QStringList{"Error: Unable to check body type description"});
         });
     }
 
@@ -366,26 +346,25 @@ private slots:
     {
         fixture().session([&] {
             fixture().choose(DialogFixture::Wand);
-            QVERIFY(fixture().canvas()->isBodyLoaded());
+            QVERIFY(canvas()->isBodyLoaded());
         });
         fixture().session([&] {
             QCOMPARE(fixture().child<QComboBox>("body_name")->currentIndex(), -1);
-            QVERIFY(!fixture().canvas()->isBodyLoaded());
+            QVERIFY(!canvas()->isBodyLoaded());
             fixture().choose(DialogFixture::Wand);
-            QVERIFY(fixture().canvas()->isBodyLoaded());
+            QVERIFY(canvas()->isBodyLoaded());
         });
     }
 
     void openedAndClosedOftenItStaysTheSame()
     {
         fixture().makeDialog();
-        BodyAdjustmentDialog *dialog = fixture().dialog.get();
         for (int i = 0; i < 300; ++i) {
-            QTimer::singleShot(0, dialog, [dialog] { dialog->reject(); });
-            QCOMPARE(dialog->update_and_exec(), int(QDialog::Rejected));
+            QTimer::singleShot(0, dialog(), [this] { dialog()->reject(); });
+            QCOMPARE(dialog()->update_and_exec(), int(QDialog::Rejected));
         }
-        QCOMPARE(fixture().host.requesters.value("6d").size(), 0);
-        QCOMPARE(fixture().host.receivers.size(), 1);
+        QCOMPARE(host().requesters.value("6d").size(), 0);
+        QCOMPARE(host().receivers.size(), 1);
     }
 
     // States --------------------------------------------------------------------------------------
@@ -447,7 +426,7 @@ private slots:
             for (int i = 0; i < 2; ++i)
                 QCOMPARE(fixture().child<QTabWidget>("tabWidget")->isTabEnabled(i), tabs);
             QCOMPARE(fixture().child<QTabWidget>("tabWidget")->currentIndex(), 0);
-            QCOMPARE(fixture().canvas()->isBodyLoaded(), position != DialogFixture::Raw);
+            QCOMPARE(canvas()->isBodyLoaded(), position != DialogFixture::Raw);
         });
     }
 
@@ -462,30 +441,30 @@ private slots:
             auto *icon = fixture().child<QLabel>("body_icon");
             QVERIFY(icon->pixmap(Qt::ReturnByValue).size() == QSize(18, 18));
             const qint64 grey = icon->pixmap(Qt::ReturnByValue).cacheKey();
-            fixture().host.deliver("6d", bodyLine(4, "1.000"));
+            host().deliver("6d", bodyLine(4, "1.000"));
             QCOMPARE(icon->pixmap(Qt::ReturnByValue).cacheKey(), grey);
             fixture().choose(DialogFixture::Wand);
-            fixture().host.deliver("6d", bodyLine(0, "1.000"));
+            host().deliver("6d", bodyLine(0, "1.000"));
             QVERIFY(icon->pixmap(Qt::ReturnByValue).cacheKey() != grey);
         });
     }
 
     void aLockedConfigurationCanBeSeenButNotChanged()
     {
-        fixture().host.parameters["config is_changeable"] = "no";
+        host().parameters["config is_changeable"] = "no";
         fixture().session([&] {
-            QVERIFY(!fixture().dialog->windowIcon().isNull());
+            QVERIFY(!dialog()->windowIcon().isNull());
             QVERIFY(!fixture().child<QTabWidget>("tabWidget")->isTabEnabled(0));
             QVERIFY(!fixture().child<QTabWidget>("tabWidget")->isTabEnabled(1));
             fixture().choose(DialogFixture::Wand);
-            QVERIFY(fixture().canvas()->isBodyLoaded());
+            QVERIFY(canvas()->isBodyLoaded());
             QCOMPARE(
                 fixture().enabledControls(),
                 (QStringList{"body_name", "pos_xyzWidget", "ori_xyzWidget", "reset_view_button",
                              "online_checkbox", "help_button", "ok_button", "cancel_button"}));
             QVERIFY(!fixture().child<QTabWidget>("tabWidget")->isTabEnabled(0));
         });
-        fixture().host.parameters["config is_changeable"] = "yes";
+        host().parameters["config is_changeable"] = "yes";
         fixture().session([&] {
             QVERIFY(fixture().child<QTabWidget>("tabWidget")->isTabEnabled(0));
             fixture().choose(DialogFixture::Wand);
@@ -495,7 +474,7 @@ private slots:
 
     void withoutTrackingNothingIsStartedOrStopped()
     {
-        fixture().host.parameters["tracking available"] = "no";
+        host().parameters["tracking available"] = "no";
         fixture().session([&] {
             QVERIFY(!fixture().child<QLabel>("error_label")->isVisible());
             QVERIFY(fixture().child<QLabel>("error_label")->text().isEmpty());
@@ -504,34 +483,33 @@ private slots:
             fixture().typeValue("body_pos_xyzWidget", 0, "10\r");
             fixture().click("apply_button");
         });
-        QVERIFY(fixture().host.transcript.filter("tracking st").isEmpty());
-        QVERIFY(!fixture().host.transcript.filter("quorel2 body transform").isEmpty());
+        QVERIFY(host().transcript.filter("tracking st").isEmpty());
+        QVERIFY(!transforms().isEmpty());
     }
 
     void multiUserThatStaysOnIsTold()
     {
-        FakeHost &host = fixture().host;
-        host.parameters["vimbar multiuser_available"] = "yes";
-        host.parameters["vimbar multiuser"] = "yes";
-        host.failLine("set vimbar multiuser no");
+        host().parameters["vimbar multiuser_available"] = "yes";
+        host().parameters["vimbar multiuser"] = "yes";
+        host().failLine("set vimbar multiuser no");
         fixture().session([&] {
             QVERIFY(fixture().child<QLabel>("error_label")->isVisible());
             QCOMPARE(
                 fixture().child<QLabel>("error_label")->text(),
                 QStringLiteral("<b><font color=red>Multi user should be disabled!</font></b>"));
             QCOMPARE(fixture().child<QComboBox>("body_name")->count(), 5);
-            QCOMPARE(host.errors(), QStringList{"Error: Unable to deactivate multi user Vimbar"});
+            QCOMPARE(host().errors(), QStringList{"Error: Unable to deactivate multi user Vimbar"});
         });
     }
 
     void theOnlineBoxNeedsARunningMeasurement()
     {
-        fixture().host.answerLine("get status active", {0, "idle", true});
+        host().answerLine("get status active", {0, "idle", true});
         fixture().session([&] {
             fixture().choose(DialogFixture::Wand);
             QVERIFY(!fixture().isEnabled("online_checkbox"));
         });
-        QVERIFY(!fixture().host.transcript.contains("quorel2 tracking stop"));
+        QVERIFY(!host().transcript.contains("quorel2 tracking stop"));
     }
 
     // Choosing ------------------------------------------------------------------------------------
@@ -539,10 +517,10 @@ private slots:
     void choosingReadsTheMarkersOnceAndShowsThem()
     {
         fixture().session([&] {
-            fixture().host.clearRecords();
+            host().clearRecords();
             fixture().choose(DialogFixture::Wand);
-            QCOMPARE(fixture().host.transcript, markerRead("standard b01", 6));
-            QCOMPARE(fixture().canvas()->body().markerCount(), 6);
+            QCOMPARE(host().transcript, markerRead("standard b01", 6));
+            QCOMPARE(canvas()->body().markerCount(), 6);
             auto *table = fixture().child<QTableWidget>("tableWidget_data");
             QCOMPARE(table->rowCount(), 6);
             QCOMPARE(table->item(1, 1)->text(), QStringLiteral("100.00"));
@@ -554,17 +532,17 @@ private slots:
         fixture().session([&] {
             auto *list = fixture().child<QComboBox>("body_name");
             fixture().choose(DialogFixture::Wand);
-            fixture().host.clearRecords();
+            host().clearRecords();
             fixture().openList();
-            QVERIFY(fixture().host.transcript.isEmpty());
+            QVERIFY(host().transcript.isEmpty());
             QTest::keyClick(list->view(), Qt::Key_Down);
-            QCOMPARE(fixture().host.transcript, markerRead("standard b02", 4));
-            QCOMPARE(fixture().canvas()->body().markerCount(), 4);
+            QCOMPARE(host().transcript, markerRead("standard b02", 4));
+            QCOMPARE(canvas()->body().markerCount(), 4);
             QCOMPARE(list->currentIndex(), int(DialogFixture::Plain));
             QTest::keyClick(list->view(), Qt::Key_Escape);
             QTRY_VERIFY(!list->view()->isVisible());
             QCOMPARE(list->currentIndex(), int(DialogFixture::Plain));
-            QCOMPARE(fixture().host.transcript, markerRead("standard b02", 4));
+            QCOMPARE(host().transcript, markerRead("standard b02", 4));
         });
     }
 
@@ -579,7 +557,7 @@ private slots:
         QFETCH(bool, byMouse);
         fixture().session([&] {
             auto *list = fixture().child<QComboBox>("body_name");
-            fixture().host.clearRecords();
+            host().clearRecords();
             if (byMouse)
                 QTest::mouseClick(list, Qt::LeftButton, {}, list->rect().center());
             else
@@ -590,8 +568,8 @@ private slots:
             QTest::keyClick(list->view(), Qt::Key_Escape);
             QTRY_VERIFY(!list->view()->isVisible());
             QCOMPARE(list->currentIndex(), -1);
-            QCOMPARE(fixture().host.transcript, QStringList());
-            QVERIFY(!fixture().canvas()->isBodyLoaded());
+            QCOMPARE(host().transcript, QStringList());
+            QVERIFY(!canvas()->isBodyLoaded());
             // Return takes only what is highlighted.
             QTest::keyClick(list, Qt::Key_F4);
             QTRY_VERIFY(list->view()->isVisible());
@@ -599,15 +577,15 @@ private slots:
             QTest::qWait(20);
             QTest::keyClick(list->view(), Qt::Key_Return);
             QCOMPARE(list->currentIndex(), -1);
-            QCOMPARE(fixture().host.transcript, QStringList());
+            QCOMPARE(host().transcript, QStringList());
             // The first body can be chosen all the same.
             QTest::keyClick(list->view(), Qt::Key_Down);
             QTRY_COMPARE(list->currentIndex(), 0);
-            QCOMPARE(fixture().canvas()->body().markerCount(), 6);
+            QCOMPARE(canvas()->body().markerCount(), 6);
             QTest::keyClick(list->view(), Qt::Key_Return);
             QTRY_VERIFY(!list->view()->isVisible());
             QCOMPARE(list->currentIndex(), 0);
-            QCOMPARE(fixture().host.transcript.count("get body number_of_marker standard b01"), 1);
+            QCOMPARE(host().transcript.count("get body number_of_marker standard b01"), 1);
         });
     }
 
@@ -619,24 +597,23 @@ private slots:
             QTRY_VERIFY(list->view()->isVisible());
             QVERIFY(QTest::qWaitForWindowExposed(list->view()->window()));
             QTRY_VERIFY(list->view()->hasFocus());
-            QVERIFY(!fixture().canvas()->isBodyLoaded());
-            fixture().host.clearRecords();
+            QVERIFY(!canvas()->isBodyLoaded());
+            host().clearRecords();
             const QRect first = list->view()->visualRect(list->model()->index(0, 0));
             QTest::mouseMove(list->view()->viewport(), first.center() - QPoint(5, 0));
             QTest::mouseMove(list->view()->viewport(), first.center());
-            QTRY_COMPARE(fixture().canvas()->body().markerCount(), 6);
+            QTRY_COMPARE(canvas()->body().markerCount(), 6);
             QCOMPARE(list->currentIndex(), 0);
-            QCOMPARE(fixture().host.transcript.count("get body number_of_marker standard b01"), 1);
+            QCOMPARE(host().transcript.count("get body number_of_marker standard b01"), 1);
             // Any other one too, and once also where it cannot be read.
-            fixture().host.failLine("get body number_of_marker standard b03");
+            host().failLine("get body number_of_marker standard b03");
             const QRect third = list->view()->visualRect(list->model()->index(2, 0));
             QTest::mouseMove(list->view()->viewport(), third.center());
-            QTRY_COMPARE(fixture().host.transcript.count("get body number_of_marker standard b03"),
-                         1);
+            QTRY_COMPARE(host().transcript.count("get body number_of_marker standard b03"), 1);
             const QRect second = list->view()->visualRect(list->model()->index(1, 0));
             QTest::mouseMove(list->view()->viewport(), second.center());
-            QTRY_COMPARE(fixture().canvas()->body().markerCount(), 4);
-            QCOMPARE(fixture().host.transcript.count("get body number_of_marker standard b02"), 1);
+            QTRY_COMPARE(canvas()->body().markerCount(), 4);
+            QCOMPARE(host().transcript.count("get body number_of_marker standard b02"), 1);
             QTest::keyClick(list->view(), Qt::Key_Escape);
         });
     }
@@ -655,7 +632,7 @@ private slots:
             fixture().openList();
             QTRY_VERIFY(list->view()->hasFocus());
             QTest::qWait(300); // a click that comes with the opening is not taken for a choice
-            fixture().host.clearRecords();
+            host().clearRecords();
             const QPoint place = list->view()->visualRect(list->model()->index(row, 0)).center();
             // Nothing moved before it: the list may have been scrolled under the pointer.
             const QPoint global = list->view()->viewport()->mapToGlobal(place);
@@ -670,13 +647,13 @@ private slots:
             QCOMPARE(list->currentIndex(), row);
             const QString count =
                 QStringLiteral("get body number_of_marker standard b0%1").arg(row + 1);
-            QCOMPARE(fixture().host.transcript.count(count), 1);
+            QCOMPARE(host().transcript.count(count), 1);
         });
     }
 
     void withoutAParentItOpensAllTheSame()
     {
-        BodyAdjustmentDialog alone(&fixture().host, nullptr, &fixture().host.versions);
+        BodyAdjustmentDialog alone(&host(), nullptr, &host().versions);
         QTimer::singleShot(0, &alone, [&alone] { alone.reject(); });
         QCOMPARE(alone.update_and_exec(), int(QDialog::Rejected));
         QVERIFY(alone.windowIcon().isNull());
@@ -687,12 +664,12 @@ private slots:
         fixture().session([&] {
             fixture().choose(DialogFixture::Wand);
             fixture().typeValue("body_pos_xyzWidget", 0, "10\r");
-            fixture().host.clearRecords();
-            fixture().dialog->update_current_body(DialogFixture::Plain, false);
+            host().clearRecords();
+            dialog()->update_current_body(DialogFixture::Plain, false);
             QVERIFY(fixture().boxes.isEmpty());
-            QCOMPARE(fixture().canvas()->body().markerCount(), 4);
-            QCOMPARE(fixture().canvas()->body().undoCount(), 0);
-            QCOMPARE(fixture().host.transcript, markerRead("standard b02", 4));
+            QCOMPARE(canvas()->body().markerCount(), 4);
+            QCOMPARE(canvas()->body().undoCount(), 0);
+            QCOMPARE(host().transcript, markerRead("standard b02", 4));
         });
     }
 
@@ -700,10 +677,10 @@ private slots:
     {
         fixture().session([&] {
             fixture().choose(DialogFixture::Plain);
-            fixture().host.clearRecords();
-            fixture().dialog->update_after_apply(-1);
-            QCOMPARE(fixture().host.transcript, markerRead("standard b02", 4));
-            QCOMPARE(fixture().canvas()->body().markerCount(), 4);
+            host().clearRecords();
+            dialog()->update_after_apply(-1);
+            QCOMPARE(host().transcript, markerRead("standard b02", 4));
+            QCOMPARE(canvas()->body().markerCount(), 4);
         });
     }
 
@@ -713,23 +690,23 @@ private slots:
             auto *list = fixture().child<QComboBox>("body_name");
             auto *caption = fixture().child<QLabel>("loadBody");
             fixture().choose(DialogFixture::Wand);
-            fixture().host.clearRecords();
+            host().clearRecords();
             list->setItemData(DialogFixture::Plain, QStringLiteral("standard"));
             fixture().choose(DialogFixture::Plain);
-            QCOMPARE(fixture().host.transcript, QStringList());
-            QCOMPARE(fixture().canvas()->body().markerCount(), 6);
+            QCOMPARE(host().transcript, QStringList());
+            QCOMPARE(canvas()->body().markerCount(), 6);
             // What it is called in another language is still no body.
             QEvent languageChange(QEvent::LanguageChange);
-            QCoreApplication::sendEvent(fixture().dialog.get(), &languageChange);
+            QCoreApplication::sendEvent(dialog(), &languageChange);
             QCOMPARE(caption->text(), QStringLiteral("Bod&y"));
             // Nothing can be deleted of a body that is not chosen.
-            fixture().canvas()->select(fixture().canvas()->body().markers().at(0));
+            canvas()->select(canvas()->body().markers().at(0));
             QVERIFY(!fixture().isEnabled("pushButton_deleteMarker"));
 
             fixture().choose(DialogFixture::Wand);
-            QCOMPARE(fixture().host.transcript.first(),
+            QCOMPARE(host().transcript.first(),
                      QStringLiteral("get body number_of_marker standard b01"));
-            fixture().canvas()->select(fixture().canvas()->body().markers().at(0));
+            canvas()->select(canvas()->body().markers().at(0));
             QVERIFY(fixture().isEnabled("pushButton_deleteMarker"));
         });
     }
@@ -739,12 +716,12 @@ private slots:
         fixture().session([&] {
             fixture().choose(DialogFixture::Wand);
             fixture().typeValue("body_pos_xyzWidget", 0, "10\r");
-            fixture().host.clearRecords();
+            host().clearRecords();
             fixture().openList();
             QTest::keyClick(fixture().child<QComboBox>("body_name")->view(), Qt::Key_Escape);
             QVERIFY(fixture().boxes.isEmpty());
-            QVERIFY(fixture().host.transcript.isEmpty());
-            QCOMPARE(fixture().canvas()->body().undoCount(), 1);
+            QVERIFY(host().transcript.isEmpty());
+            QCOMPARE(canvas()->body().undoCount(), 1);
             QVERIFY(fixture().isEnabled("apply_button"));
         });
     }
@@ -765,7 +742,7 @@ private slots:
         fixture().session([&] {
             fixture().choose(DialogFixture::Wand);
             fixture().typeValue("body_pos_xyzWidget", 0, "10\r");
-            fixture().host.clearRecords();
+            host().clearRecords();
             fixture().answers = {apply ? QMessageBox::Yes : QMessageBox::No};
             auto *list = fixture().child<QComboBox>("body_name");
             if (byHighlight) {
@@ -787,7 +764,7 @@ private slots:
                 expected.append("quorel2 body transform standard b01 -10.000 -0.000 -0.000 " +
                                 kIdentityRotation);
             expected += markerRead("standard b02", 4);
-            QCOMPARE(fixture().host.transcript, expected);
+            QCOMPARE(host().transcript, expected);
             QCOMPARE(list->currentIndex(), int(DialogFixture::Plain));
             QVERIFY(!fixture().isEnabled("undo_button"));
             QVERIFY(!fixture().isEnabled("apply_button"));
@@ -795,10 +772,10 @@ private slots:
             // What was applied is what Cancel has to take back.
             fixture().boxes.clear();
             fixture().answers.fill(QMessageBox::Yes, apply ? 1 : 0);
-            fixture().host.clearRecords();
+            host().clearRecords();
             fixture().click("cancel_button");
             QCOMPARE(fixture().boxes.size(), apply ? 1 : 0);
-            QCOMPARE(fixture().host.transcript.filter("body transform").size(), apply ? 1 : 0);
+            QCOMPARE(host().transcript.filter("body transform").size(), apply ? 1 : 0);
         });
     }
 
@@ -821,7 +798,7 @@ private slots:
             fixture().answers = {QMessageBox::Yes};
             fixture().choose(DialogFixture::Plain);
             QCOMPARE(fixture().boxes.size(), 1);
-            QCOMPARE(fixture().host.transcript.filter("body transform").size(), 1);
+            QCOMPARE(host().transcript.filter("body transform").size(), 1);
             QVERIFY(fixture()
                         .host.transcript.filter("body transform")
                         .first()
@@ -835,25 +812,24 @@ private slots:
             auto *list = fixture().child<QComboBox>("body_name");
             list->setItemData(1, QStringLiteral("standard|2"));
             fixture().choose(DialogFixture::Wand);
-            fixture().host.clearRecords();
+            host().clearRecords();
             fixture().choose(DialogFixture::Plain);
-            QVERIFY(fixture().host.transcript.isEmpty());
-            QVERIFY(fixture().canvas()->isBodyLoaded());
+            QVERIFY(host().transcript.isEmpty());
+            QVERIFY(canvas()->isBodyLoaded());
         });
     }
 
     void aFailedLoadKeepsThePreviousBodyAndWritesOnlyToIt()
     {
-        fixture().host.failLine("get body marker standard b02 m03");
+        host().failLine("get body marker standard b02 m03");
         fixture().session([&] {
             fixture().choose(DialogFixture::Wand);
             fixture().choose(DialogFixture::Plain);
-            QCOMPARE(fixture().host.errors(),
-                     QStringList{"Error: Unable to check body marker info"});
-            QCOMPARE(fixture().canvas()->body().markerCount(), 6);
+            QCOMPARE(host().errors(), QStringList{"Error: Unable to check body marker info"});
+            QCOMPARE(canvas()->body().markerCount(), 6);
             fixture().typeValue("body_pos_xyzWidget", 0, "10\r");
             fixture().click("apply_button");
-            const QStringList written = fixture().host.transcript.filter("body transform");
+            const QStringList written = host().transcript.filter("body transform");
             QCOMPARE(written.size(), 1);
             QVERIFY(written.first().contains("standard b01"));
         });
@@ -861,22 +837,22 @@ private slots:
 
     void aBodyOfNoMarkersFailsToLoadWithoutAMessage()
     {
-        fixture().host.parameters["body number_of_marker standard b02"] = "0";
+        host().parameters["body number_of_marker standard b02"] = "0";
         fixture().session([&] {
             fixture().choose(DialogFixture::Plain);
-            QVERIFY(fixture().host.errors().isEmpty());
-            QVERIFY(!fixture().canvas()->isBodyLoaded());
+            QVERIFY(host().errors().isEmpty());
+            QVERIFY(!canvas()->isBodyLoaded());
         });
     }
 
     void aBodyOfOneMarkerIsReportedAndNotShown()
     {
-        fixture().host.parameters["body number_of_marker standard b02"] = "1";
+        host().parameters["body number_of_marker standard b02"] = "1";
         fixture().session([&] {
             fixture().choose(DialogFixture::Plain);
             QCOMPARE(fixture().boxes.size(), 1);
             QCOMPARE(fixture().boxes.first().title, QStringLiteral("Error loading body"));
-            QVERIFY(!fixture().canvas()->isBodyLoaded());
+            QVERIFY(!canvas()->isBodyLoaded());
         });
     }
 };

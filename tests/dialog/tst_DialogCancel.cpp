@@ -1,4 +1,4 @@
-#include "DialogFixture.h"
+#include "DialogTest.h"
 
 #include <dialog/BodyAdjustmentDialog.h>
 #include <model/abcBody.h>
@@ -14,7 +14,6 @@
 #include <QRegularExpression>
 #include <QTabWidget>
 #include <QTableWidget>
-#include <QTimer>
 #include <QtTest>
 
 #include <algorithm>
@@ -148,7 +147,6 @@ public:
     explicit RandomWork(quint32 seed)
         : m_random(seed)
     {
-        m_fixture.findChild<QTimer *>()->setInterval(0); // boxes are answered at once
         m_fixture.makeDialog();
     }
 
@@ -168,7 +166,7 @@ public:
         m_faultsGoOn = true;
         const int steps = 20 + below(21);
         host().hook = [this](const FakeHost::Exchange &exchange) { return watch(exchange); };
-        QTimer::singleShot(0, &m_fixture, [this, steps] {
+        m_fixture.quickSession([this, steps] {
             for (int i = 0; i < steps && m_problem.isEmpty() && dialog()->isVisible(); ++i)
                 step();
             m_faultsGoOn = false;
@@ -184,7 +182,6 @@ public:
                 dialog()->hide();
             }
         });
-        m_fixture.dialog->update_and_exec();
         if (!withFaults && !host().errors().isEmpty())
             report(host().errors().first());
         for (const Held &held : m_bodies) {
@@ -615,43 +612,17 @@ void print(const Tally &t)
 } // namespace
 
 /// Cancel brings back what the controller held when the dialog was opened.
-class TestDialogCancel : public QObject {
+class TestDialogCancel : public DialogTest {
     Q_OBJECT
 
 private:
-    std::unique_ptr<DialogFixture> m_fixture;
-    DialogFixture &fixture() { return *m_fixture; }
-    FakeHost &host() { return m_fixture->host; }
-    GLCanvas *canvas() { return m_fixture->canvas(); }
-
-    /// Opens the dialog, runs the script in it and closes it if that left it open.
-    void work(const std::function<void()> &script)
-    {
-        fixture().findChild<QTimer *>()->setInterval(0);
-        if (!fixture().dialog)
-            fixture().makeDialog();
-        QTimer::singleShot(0, this, [&] {
-            script();
-            if (fixture().dialog->isVisible()) {
-                fixture().answers = {QMessageBox::Yes};
-                fixture().dialog->reject();
-                fixture().answers.clear();
-            }
-        });
-        fixture().dialog->update_and_exec();
-    }
-    void press(const char *button) { fixture().child<QPushButton>(button)->click(); }
     void move(int component, double by)
     {
-        auto *group = fixture().child<xyzWidget>("body_pos_xyzWidget");
-        group->findChildren<bsDoubleWidget *>().at(component)->adjustValue(by);
-        group->finishEditing();
+        fixture().changeValue("body_pos_xyzWidget", component, by);
     }
     void turn(int component, double degrees)
     {
-        auto *group = fixture().child<xyzWidget>("body_ori_xyzWidget");
-        group->findChildren<bsDoubleWidget *>().at(component)->adjustValue(degrees);
-        group->finishEditing();
+        fixture().changeValue("body_ori_xyzWidget", component, degrees);
     }
     void deleteMarker(int marker, QMessageBox::StandardButton apply = QMessageBox::No)
     {
@@ -666,7 +637,7 @@ private:
     {
         fixture().boxes.clear();
         fixture().answers = {discard};
-        fixture().dialog->reject();
+        dialog()->reject();
         fixture().answers.clear();
     }
     QStringList boxTexts()
@@ -676,7 +647,6 @@ private:
             texts.append(box.text);
         return texts;
     }
-    QStringList transforms() { return host().transcript.filter("quorel2 body transform"); }
     /// What was written of marker lists: the lines without their beginning.
     QStringList listLines()
     {
@@ -705,12 +675,10 @@ private:
 
 private slots:
     void initTestCase() { dropWindowlessWarnings(); }
-    void init() { m_fixture = std::make_unique<DialogFixture>(); }
-    void cleanup() { m_fixture.reset(); }
 
     void whateverWasDoneCancelBringsEverythingBack()
     {
-        m_fixture.reset(); // it would answer the boxes too
+        dropFixture();
         RandomWork work(testSeed());
         for (int i = 0; i < 250; ++i) {
             const QString problem = work.run();
@@ -729,7 +697,7 @@ private slots:
 
     void whateverFailedMeanwhileCancelBringsEverythingBack()
     {
-        m_fixture.reset(); // it would answer the boxes too
+        dropFixture();
         RandomWork work(testSeed());
         work.withFaults = true;
         for (int i = 0; i < 150; ++i) {
@@ -745,7 +713,7 @@ private slots:
 
     void noBringsDeletedMarkersBackAllTheSameAndKeepsTheWork()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(3);
             deleteMarker(1);
@@ -754,7 +722,7 @@ private slots:
             canvas()->select(canvas()->body().markers().at(0));
             host().clearRecords();
             cancel(QMessageBox::No);
-            QVERIFY(fixture().dialog->isVisible());
+            QVERIFY(dialog()->isVisible());
             QCOMPARE(boxTexts(), QStringList{"Discard the changes for all bodies?"});
             QCOMPARE(host().transcript.mid(0, 3),
                      (QStringList{"get status active", "quorel2 tracking stop",
@@ -781,7 +749,7 @@ private slots:
             QCOMPARE(canvas()->body().undoCount(), 0);
             host().clearRecords();
             cancel(QMessageBox::Yes);
-            QVERIFY(!fixture().dialog->isVisible());
+            QVERIFY(!dialog()->isVisible());
             QVERIFY(boxTexts().isEmpty());
             QVERIFY(listLines().isEmpty());
         });
@@ -789,7 +757,7 @@ private slots:
 
     void afterNoRedoDeletesAgain()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(3);
             deleteMarker(1);
@@ -814,7 +782,7 @@ private slots:
             QCOMPARE(xOf("standard", 1), (QVector<double>{-10, 90, -10, 20, -70, 10}));
             press("redo_button");
             cancel(QMessageBox::Yes);
-            QVERIFY(!fixture().dialog->isVisible());
+            QVERIFY(!dialog()->isVisible());
         });
         QCOMPARE(xOf("standard", 1), kWandX);
     }
@@ -825,7 +793,7 @@ private slots:
     {
         host().addBody("standard", 2, "", true, "tt_std",
                        {{1, 0, 0}, {2, 0, 0}, {3, 60, 0}, {4, 40, 50}, {5, 1, 1}, {6, 2, 3}});
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::SpareProbe);
             deleteMarker(4);
             // The reading behind it takes the number of the vimbar for a place in the list.
@@ -840,7 +808,7 @@ private slots:
             QCOMPARE(xOf("standard", 2), (QVector<double>{3, 4, 5, 6}));
             host().clearRecords();
             cancel(QMessageBox::Yes);
-            QVERIFY(!fixture().dialog->isVisible());
+            QVERIFY(!dialog()->isVisible());
             // No transform was applied and none is pending: nothing to ask.
             QVERIFY(boxTexts().isEmpty());
         });
@@ -853,7 +821,7 @@ private slots:
 
     void undoTakesBackOnlyWhatWasDeletedOfTheChosenBody()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::SpareProbe);
             deleteMarker(4);
             fixture().choose(DialogFixture::Wand);
@@ -878,7 +846,7 @@ private slots:
     {
         host().addBody("vimbar", 1, "Probe", true, "tt_std",
                        {{7, 0, 0}, {8, 0, 0}, {9, 60, 0}, {10, 40, 50}, {11, 1, 1}});
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Probe);
             deleteMarker(0);
             QCOMPARE(fixture().child<QComboBox>("body_name")->currentIndex(),
@@ -901,7 +869,7 @@ private slots:
 
     void undoOfADeletionKeepsTheEditsThatCameAfterIt()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(2);
             move(0, 10.0);
@@ -923,7 +891,7 @@ private slots:
 
     void whatWasDeletedIsWrittenBackInTheFrameThatTheBodyHasThen()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(2);
             turn(0, 90.0);
@@ -952,7 +920,7 @@ private slots:
 
     void whatIsDeletedAfterAnApplyThatCouldNotReadBackComesBackInTheRightFrame()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             turn(2, 90.0);
             host().failLine("get body number_of_marker standard b01");
@@ -978,7 +946,7 @@ private slots:
     void theMarkersAreReadAgainBeforeTheWorkIsWritten()
     {
         // "Apply the changes?" comes with the reading that follows the deletion.
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             move(0, 10.0);
             fixture().boxes.clear();
@@ -1012,7 +980,7 @@ private slots:
     {
         QFETCH(QString, line);
         QFETCH(QString, error);
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(1);
             move(0, 10.0);
@@ -1035,7 +1003,7 @@ private slots:
 
     void anUndoThatWasWrittenInPartIsMadeUpForByCancel()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(1);
             host().failLine("set body marker standard b01 m02 100.000 0.000 0.000");
@@ -1045,7 +1013,7 @@ private slots:
             QVERIFY(xOf("standard", 1) != kWandX);
             // Nobody is asked: deleted markers come back in any case.
             cancel(QMessageBox::Yes);
-            QVERIFY(!fixture().dialog->isVisible());
+            QVERIFY(!dialog()->isVisible());
             QVERIFY(boxTexts().isEmpty());
         });
         QCOMPARE(xOf("standard", 1), kWandX);
@@ -1063,7 +1031,7 @@ private slots:
     {
         QFETCH(QString, line);
         QFETCH(int, held);
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(4);
             deleteMarker(2);
@@ -1077,8 +1045,8 @@ private slots:
             canvas()->select(canvas()->body().markers().at(2));
             QVERIFY(!fixture().isEnabled("pushButton_deleteMarker"));
             host().clearRecords();
-            fixture().dialog->on_pushButton_deleteMarker_clicked();
-            fixture().dialog->on_redo_button_clicked();
+            dialog()->on_pushButton_deleteMarker_clicked();
+            dialog()->on_redo_button_clicked();
             QCOMPARE(host().transcript, QStringList());
 
             // The undo can be tried again.
@@ -1098,7 +1066,7 @@ private slots:
 
     void whereTheMarkersAreReadAgainAfterAnUndoThatFailedTheyCanBeDeleted()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(2);
             host().failLine("set body number_of_marker standard b01 6");
@@ -1120,7 +1088,7 @@ private slots:
 
     void markersOfTheOpeningThatCouldNotBeWrittenBackAreNotDeletedAgain()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(2);
             move(0, 10.0);
@@ -1150,7 +1118,7 @@ private slots:
     void aDeletionThatCouldNotBeReadBackIsShownAllTheSame()
     {
         QFETCH(QString, line);
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             host().failLine(line);
             deleteMarker(2);
@@ -1186,7 +1154,7 @@ private slots:
 
     void whetherADeletionWasCarriedOutIsReadBeforeTheNextOne()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             host().failLine("quorel2 body delete_marker standard b01 m03");
             host().failLine("get body number_of_marker standard b01");
@@ -1211,7 +1179,7 @@ private slots:
     void afterAnApplyThatCouldNotBeReadBackADeletionCanBeUndone()
     {
         QFETCH(bool, byQuestion);
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(2);
             move(0, 10.0);
@@ -1251,7 +1219,7 @@ private slots:
         QFETCH(int, marker);
         QFETCH(int, count);
         QFETCH(bool, possible);
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(marker);
             press("undo_button");
@@ -1264,7 +1232,7 @@ private slots:
             QCOMPARE(canvas()->body().markerCount(), count);
             QCOMPARE(fixture().isEnabled("redo_button"), possible);
             host().clearRecords();
-            fixture().dialog->on_redo_button_clicked();
+            dialog()->on_redo_button_clicked();
             QCOMPARE(host().transcript.filter("delete_marker").size(), possible ? 1 : 0);
             host().parameters[parameter] = told;
         });
@@ -1272,7 +1240,7 @@ private slots:
 
     void whereTheMarkersAreNotKnownTheListReadsThemAgain()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(2);
             host().failLine("set body number_of_marker standard b01 6");
@@ -1294,7 +1262,7 @@ private slots:
 
     void aDeletionAfterAnUndoThatWasWrittenInPartKeepsBothSteps()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(1);
             host().failLine("set body marker standard b01 m02 100.000 0.000 0.000");
@@ -1328,7 +1296,7 @@ private slots:
         QFETCH(int, status);
         QFETCH(QByteArray, reply);
         QFETCH(int, errors);
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             host().answerLine("quorel2 body delete_marker standard b01 m03", {status, reply, true});
             deleteMarker(2);
@@ -1356,7 +1324,7 @@ private slots:
 
     void aRedoThatWasRefusedEndsTheRedoing()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(5);
             deleteMarker(4);
@@ -1379,7 +1347,7 @@ private slots:
 
     void anEditThatCameToNothingLeavesADeletionToBeRedone()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(2);
             press("undo_button");
@@ -1401,13 +1369,13 @@ private slots:
 
     void openingAnewForgetsTheDeletionsOfTheLastTime()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             deleteMarker(2);
-            fixture().dialog->on_ok_button_clicked();
+            dialog()->on_ok_button_clicked();
         });
         QCOMPARE(xOf("standard", 1).size(), 5);
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             QVERIFY(!fixture().isEnabled("undo_button"));
             QVERIFY(!fixture().isEnabled("redo_button"));

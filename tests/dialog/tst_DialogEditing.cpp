@@ -1,8 +1,9 @@
-#include "DialogFixture.h"
+#include "DialogTest.h"
 
 #include <dialog/BodyAdjustmentDialog.h>
 #include <model/abcBody.h>
 #include <model/abcMarker.h>
+#include <tests/model/GeometryOracle.h>
 #include <tests/support/TestMain.h>
 #include <view/GLCanvas.h>
 #include <widgets/xyzWidget.h>
@@ -33,18 +34,6 @@ const QString kIdentityRotation =
     QStringLiteral("1.00000000 0.00000000 0.00000000 0.00000000 1.00000000 0.00000000 "
                    "0.00000000 0.00000000 1.00000000");
 
-/// The numbers of a transform command as a transform.
-Eigen::Isometry3d transformOf(const QString &command)
-{
-    const QStringList words = command.split(QLatin1Char(' '));
-    Eigen::Isometry3d transform = Eigen::Isometry3d::Identity();
-    for (int i = 0; i < 3; ++i)
-        transform.matrix()(i, 3) = words.at(5 + i).toDouble();
-    for (int i = 0; i < 9; ++i)
-        transform.matrix()(i % 3, i / 3) = words.at(8 + i).toDouble();
-    return transform;
-}
-
 double distance(const bsVector &a, const bsVector &b)
 {
     return (a - b).length();
@@ -52,45 +41,33 @@ double distance(const bsVector &a, const bsVector &b)
 
 } // namespace
 
-class TestDialogEditing : public QObject {
+class TestDialogEditing : public DialogTest {
     Q_OBJECT
 
 private:
-    std::unique_ptr<DialogFixture> m_fixture;
-    DialogFixture &fixture() { return *m_fixture; }
-    FakeHost &host() { return m_fixture->host; }
-
     void chooseAndMove(int position, const QString &x)
     {
         fixture().choose(position);
         fixture().typeValue("body_pos_xyzWidget", 0, x + "\r");
     }
-    QStringList transforms() { return host().transcript.filter("quorel2 body transform"); }
-    QDoubleSpinBox *spinBox(const char *group, int component)
-    {
-        return fixture().child<QWidget>(group)->findChildren<QDoubleSpinBox *>().at(component);
-    }
 
 private slots:
-    void init() { m_fixture = std::make_unique<DialogFixture>(); }
-    void cleanup() { m_fixture.reset(); }
-
     // Value fields --------------------------------------------------------------------------------
 
     void typingIsOneEditThatTheEndOfTheGestureCommits()
     {
         fixture().session([&] {
             fixture().choose(DialogFixture::Wand);
-            QSignalSpy store(fixture().canvas(), &GLCanvas::storeBodyRequest);
+            QSignalSpy store(canvas(), &GLCanvas::storeBodyRequest);
             fixture().typeValue("body_pos_xyzWidget", 0, "12");
-            QCOMPARE(fixture().canvas()->body().undoCount(), 0);
-            QCOMPARE(fixture().canvas()->body().pendingPose().position.x, 12.0);
+            QCOMPARE(canvas()->body().undoCount(), 0);
+            QCOMPARE(canvas()->body().pendingPose().position.x, 12.0);
             QVERIFY(fixture().isEnabled("apply_button"));
             QTest::keyClick(spinBox("body_pos_xyzWidget", 0), Qt::Key_Return);
             QCOMPARE(store.count(), 1);
-            QCOMPARE(fixture().canvas()->body().undoCount(), 1);
-            QCOMPARE(fixture().canvas()->body().baseMatrix().column(3).x, 12.0);
-            QCOMPARE(fixture().canvas()->body().pendingPose().position.x, 0.0);
+            QCOMPARE(canvas()->body().undoCount(), 1);
+            QCOMPARE(canvas()->body().baseMatrix().column(3).x, 12.0);
+            QCOMPARE(canvas()->body().pendingPose().position.x, 0.0);
             for (int i = 0; i < 3; ++i)
                 QCOMPARE(spinBox("body_pos_xyzWidget", i)->value(), 0.0);
             QCOMPARE(fixture().child<QTableWidget>("tableWidget_data")->item(0, 1)->text(),
@@ -107,8 +84,8 @@ private slots:
             fixture().choose(DialogFixture::Wand);
             fixture().typeValue("body_ori_xyzWidget", 2, "90");
             QTest::keyClick(spinBox("body_ori_xyzWidget", 2), Qt::Key_Tab);
-            QCOMPARE(fixture().canvas()->body().undoCount(), 1);
-            const bsVector x = fixture().canvas()->body().baseMatrix().column(0);
+            QCOMPARE(canvas()->body().undoCount(), 1);
+            const bsVector x = canvas()->body().baseMatrix().column(0);
             QVERIFY(distance(x, bsVector(0, 1, 0)) < 1e-9);
         });
     }
@@ -120,7 +97,7 @@ private slots:
             fixture().typeValue("body_pos_xyzWidget", 0, "5");
             spinBox("body_pos_xyzWidget", 0)->selectAll();
             QTest::keyClicks(spinBox("body_pos_xyzWidget", 0), "0\r");
-            QCOMPARE(fixture().canvas()->body().undoCount(), 0);
+            QCOMPARE(canvas()->body().undoCount(), 0);
             QVERIFY(!fixture().isEnabled("undo_button"));
             QVERIFY(!fixture().isEnabled("redo_button"));
             QVERIFY(!fixture().isEnabled("apply_button"));
@@ -132,7 +109,7 @@ private slots:
         fixture().session([&] {
             chooseAndMove(DialogFixture::Wand, "10");
             fixture().typeValue("body_pos_xyzWidget", 1, "20\r");
-            QCOMPARE(fixture().canvas()->body().undoCount(), 2);
+            QCOMPARE(canvas()->body().undoCount(), 2);
             fixture().click("undo_button");
             QVERIFY(fixture().isEnabled("undo_button"));
             QVERIFY(fixture().isEnabled("redo_button"));
@@ -141,11 +118,11 @@ private slots:
             QVERIFY(!fixture().isEnabled("undo_button"));
             QVERIFY(fixture().isEnabled("redo_button"));
             QVERIFY(!fixture().isEnabled("apply_button"));
-            QCOMPARE(fixture().canvas()->body().baseMatrix().column(3).x, 0.0);
+            QCOMPARE(canvas()->body().baseMatrix().column(3).x, 0.0);
             fixture().click("redo_button");
             QVERIFY(fixture().isEnabled("undo_button"));
             QVERIFY(fixture().isEnabled("apply_button"));
-            QCOMPARE(fixture().canvas()->body().baseMatrix().column(3).x, 10.0);
+            QCOMPARE(canvas()->body().baseMatrix().column(3).x, 10.0);
             fixture().typeValue("body_pos_xyzWidget", 2, "1\r");
             QVERIFY(!fixture().isEnabled("redo_button"));
         });
@@ -155,17 +132,17 @@ private slots:
     {
         fixture().session([&] {
             chooseAndMove(DialogFixture::Wand, "10");
-            const QVector<QWidget *> places = {
-                spinBox("body_pos_xyzWidget", 0), spinBox("body_ori_xyzWidget", 2),
-                fixture().child<QWidget>("body_name"), fixture().canvas(),
-                fixture().child<QWidget>("help_button")};
+            const QVector<QWidget *> places = {spinBox("body_pos_xyzWidget", 0),
+                                               spinBox("body_ori_xyzWidget", 2),
+                                               fixture().child<QWidget>("body_name"), canvas(),
+                                               fixture().child<QWidget>("help_button")};
             for (QWidget *place : places) {
                 place->setFocus();
                 QTRY_VERIFY(place->hasFocus());
                 QTest::keyClick(place, Qt::Key_Z, Qt::ControlModifier);
-                QCOMPARE(fixture().canvas()->body().undoCount(), 0);
+                QCOMPARE(canvas()->body().undoCount(), 0);
                 QTest::keyClick(place, Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
-                QCOMPARE(fixture().canvas()->body().undoCount(), 1);
+                QCOMPARE(canvas()->body().undoCount(), 1);
             }
         });
     }
@@ -182,15 +159,15 @@ private slots:
                         box->setFocus();
                         QTRY_VERIFY(box->hasFocus());
                         QTest::keyClick(box, Qt::Key(key));
-                        QVERIFY(fixture().dialog->isVisible());
+                        QVERIFY(dialog()->isVisible());
                         QVERIFY(host().transcript.isEmpty());
                         QVERIFY(fixture().boxes.isEmpty());
-                        QCOMPARE(fixture().canvas()->body().undoCount(), 0);
+                        QCOMPARE(canvas()->body().undoCount(), 0);
                     }
                 }
             }
-            for (QPushButton *button : fixture().dialog->findChildren<QPushButton *>()) {
-                if (button->window() != fixture().dialog.get())
+            for (QPushButton *button : dialog()->findChildren<QPushButton *>()) {
+                if (button->window() != dialog())
                     continue;
                 QVERIFY2(!button->isDefault(), qPrintable(button->objectName()));
                 QVERIFY2(!button->autoDefault(), qPrintable(button->objectName()));
@@ -271,8 +248,8 @@ private slots:
             Eigen::Isometry3d base = Eigen::Isometry3d::Identity();
             base.translate(cog);
             base.rotate(Eigen::AngleAxisd(EIGEN_PI / 6.0, Eigen::Vector3d::UnitZ()));
-            const Eigen::Isometry3d written = transformOf(transforms().first());
-            QVERIFY(written.matrix().isApprox(base.inverse().matrix(), 1e-4));
+            const Eigen::Matrix4d written = Oracle::matrix(transformOf(transforms().first()));
+            QVERIFY(written.isApprox(base.inverse().matrix(), 1e-4));
             const QRegularExpression format(
                 QStringLiteral("^quorel2 body transform standard b01( -?\\d+\\.\\d{3}){3}"
                                "( -?\\d\\.\\d{8}){9}$"));
@@ -289,8 +266,8 @@ private slots:
             }
             QVERIFY(!fixture().isEnabled("apply_button"));
             QVERIFY(!fixture().isEnabled("undo_button"));
-            QVERIFY(!differs(fixture().canvas()->body().baseMatrix(), bsMatrix::identity()));
-            QCOMPARE(fixture().canvas()->body().markerPositions().first().x, after.first().x);
+            QVERIFY(!differs(canvas()->body().baseMatrix(), bsMatrix::identity()));
+            QCOMPARE(canvas()->body().markerPositions().first().x, after.first().x);
         });
     }
 
@@ -314,7 +291,7 @@ private slots:
                 fixture().typeValue("body_pos_xyzWidget", 0, "3");
                 host().clearRecords();
                 fixture().child<QPushButton>("ok_button")->click();
-                QVERIFY(!fixture().dialog->isVisible());
+                QVERIFY(!dialog()->isVisible());
             });
             return value;
         }();
@@ -347,7 +324,7 @@ private slots:
         fixture().session([&] {
             chooseAndMove(DialogFixture::Wand, "3");
             fixture().click("ok_button");
-            QVERIFY(!fixture().dialog->isVisible());
+            QVERIFY(!dialog()->isVisible());
         });
         QCOMPARE(host().errors(), QStringList{"Error: Unable to set body transformation"});
     }
@@ -358,7 +335,7 @@ private slots:
             chooseAndMove(DialogFixture::Wand, "10");
             fixture().answers = {QMessageBox::No};
             fixture().click("cancel_button");
-            QVERIFY(fixture().dialog->isVisible());
+            QVERIFY(dialog()->isVisible());
             QCOMPARE(fixture().boxes.size(), 1);
             const SeenBox &box = fixture().boxes.first();
             QCOMPARE(box.icon, QMessageBox::Warning);
@@ -366,12 +343,12 @@ private slots:
             QCOMPARE(box.text, QStringLiteral("Discard the changes for all bodies?"));
             QCOMPARE(box.buttons, QMessageBox::Yes | QMessageBox::No);
             QCOMPARE(box.defaultButton, QMessageBox::No);
-            QCOMPARE(fixture().canvas()->body().undoCount(), 1);
+            QCOMPARE(canvas()->body().undoCount(), 1);
 
             fixture().answers = {QMessageBox::Yes};
             host().clearRecords();
-            QTest::keyClick(fixture().dialog.get(), Qt::Key_Escape);
-            QVERIFY(!fixture().dialog->isVisible());
+            QTest::keyClick(dialog(), Qt::Key_Escape);
+            QVERIFY(!dialog()->isVisible());
             QVERIFY(transforms().isEmpty());
         });
     }
@@ -381,8 +358,8 @@ private slots:
         fixture().session([&] {
             chooseAndMove(DialogFixture::Wand, "10");
             fixture().answers = {QMessageBox::No};
-            fixture().dialog->close();
-            QVERIFY(fixture().dialog->isVisible());
+            dialog()->close();
+            QVERIFY(dialog()->isVisible());
             QCOMPARE(fixture().boxes.size(), 1);
         });
     }
@@ -395,7 +372,7 @@ private slots:
             fixture().answers = {QMessageBox::No};
             QTest::keyClick(spinBox("body_pos_xyzWidget", 0), Qt::Key_Escape);
             QCOMPARE(fixture().boxes.size(), 1);
-            QVERIFY(fixture().dialog->isVisible());
+            QVERIFY(dialog()->isVisible());
         });
     }
 
@@ -434,7 +411,7 @@ private slots:
             QVERIFY(distance(host().markers("standard", 1).at(1), wand.at(1)) > 5.0);
             fixture().answers = {QMessageBox::Yes};
             fixture().click("cancel_button");
-            QVERIFY(!fixture().dialog->isVisible());
+            QVERIFY(!dialog()->isVisible());
         });
         for (int i = 0; i < wand.size(); ++i)
             QVERIFY(distance(host().markers("standard", 1).at(i), wand.at(i)) < 0.01);
@@ -493,8 +470,8 @@ private slots:
             host().failLine("get body number_of_marker standard b01");
             fixture().click("apply_button");
             QCOMPARE(transforms().size(), 1);
-            QCOMPARE(fixture().canvas()->body().undoCount(), 0);
-            QCOMPARE(fixture().canvas()->body().markerPositions().first().x, -10.0);
+            QCOMPARE(canvas()->body().undoCount(), 0);
+            QCOMPARE(canvas()->body().markerPositions().first().x, -10.0);
             fixture().click("ok_button");
         });
         QCOMPARE(transforms().size(), 1);
@@ -509,8 +486,7 @@ private slots:
             QCOMPARE(fixture().child<QComboBox>("body_name")->currentIndex(),
                      int(DialogFixture::Wand));
             QCOMPARE(fixture().child<QTableWidget>("tableWidget_data")->rowCount(), 6);
-            QSignalSpy tracked(fixture().dialog.get(),
-                               &BodyAdjustmentDialog::set_chosen_body_tracked);
+            QSignalSpy tracked(dialog(), &BodyAdjustmentDialog::set_chosen_body_tracked);
             host().deliver("6d", "6d 1 [0 1.0][0 0 0][1 0 0 0 1 0 0 0 1]");
             QCOMPARE(tracked.count(), 1);
             QVERIFY(tracked.first().first().toBool());
@@ -523,7 +499,7 @@ private slots:
             chooseAndMove(DialogFixture::Wand, "10");
             fixture().leaveBoxesOpen = true;
             QTimer::singleShot(20, this, [&] {
-                fixture().dialog->close();
+                dialog()->close();
                 int open = 0;
                 for (QWidget *widget : QApplication::topLevelWidgets())
                     open += widget->isVisible() && widget->inherits("QMessageBox") ? 1 : 0;
@@ -531,8 +507,8 @@ private slots:
                 fixture().answers = {QMessageBox::No};
                 fixture().leaveBoxesOpen = false;
             });
-            fixture().dialog->close();
-            QVERIFY(fixture().dialog->isVisible());
+            dialog()->close();
+            QVERIFY(dialog()->isVisible());
         });
     }
 
@@ -558,7 +534,7 @@ private slots:
             fixture().choose(DialogFixture::Wand);
             const QVector<bsVector> before = host().markers("standard", 1);
             QVERIFY(!fixture().isEnabled("pushButton_deleteMarker"));
-            fixture().canvas()->select(fixture().canvas()->body().markers().at(2));
+            canvas()->select(canvas()->body().markers().at(2));
             QVERIFY(fixture().isEnabled("pushButton_deleteMarker"));
             fixture().answers = {QMessageBox::Cancel};
             fixture().click("pushButton_deleteMarker");
@@ -577,12 +553,12 @@ private slots:
                                   "quorel2 body delete_marker standard b01 m03",
                                   "quorel2 tracking start", "get status active"}));
             QCOMPARE(host().markers("standard", 1).size(), 5);
-            QCOMPARE(fixture().canvas()->body().markerCount(), 5);
+            QCOMPARE(canvas()->body().markerCount(), 5);
             for (int round = 0; round < 2; ++round) {
                 fixture().click("undo_button");
                 QCOMPARE(host().markers("standard", 1).size(), 6);
                 QCOMPARE(host().markers("standard", 1).at(2).y, before.at(2).y);
-                QCOMPARE(fixture().canvas()->body().markerCount(), 6);
+                QCOMPARE(canvas()->body().markerCount(), 6);
                 QVERIFY(!fixture().isEnabled("undo_button"));
                 fixture().click("redo_button");
                 QCOMPARE(host().markers("standard", 1).size(), 5);
@@ -600,7 +576,7 @@ private slots:
         const QVector<bsVector> probe = host().markers("vimbar", 1);
         fixture().session([&] {
             fixture().choose(DialogFixture::Wand);
-            fixture().canvas()->select(fixture().canvas()->body().markers().at(0));
+            canvas()->select(canvas()->body().markers().at(0));
             fixture().answers = {QMessageBox::Ok};
             fixture().click("pushButton_deleteMarker");
             fixture().choose(DialogFixture::Probe);
@@ -630,10 +606,10 @@ private slots:
         host().setVersion(1, minor);
         fixture().session([&] {
             fixture().choose(position);
-            fixture().canvas()->select(fixture().canvas()->body().markers().at(0));
+            canvas()->select(canvas()->body().markers().at(0));
             QCOMPARE(fixture().isEnabled("pushButton_deleteMarker"), enabled);
-            fixture().canvas()->setFocus();
-            QTest::keyClick(fixture().canvas(), Qt::Key_Delete);
+            canvas()->setFocus();
+            QTest::keyClick(canvas(), Qt::Key_Delete);
             QCOMPARE(fixture().boxes.size(), enabled ? 1 : 0);
         });
     }
@@ -645,7 +621,7 @@ private slots:
         fixture().session([&] {
             fixture().choose(DialogFixture::Plain);
             fixture().child<QPushButton>("pushButton_due_to_body")->click();
-            QCOMPARE(fixture().canvas()->body().undoCount(), 1);
+            QCOMPARE(canvas()->body().undoCount(), 1);
             QVERIFY(fixture().isEnabled("apply_button"));
             QVERIFY(fixture().child<QLabel>("error_label")->text().isEmpty());
         });
@@ -659,7 +635,7 @@ private slots:
         fixture().session([&] {
             fixture().choose(DialogFixture::Plain);
             fixture().child<QPushButton>("pushButton_due_to_body")->click();
-            QCOMPARE(fixture().canvas()->body().undoCount(), 0);
+            QCOMPARE(canvas()->body().undoCount(), 0);
             QVERIFY(!fixture().isEnabled("apply_button"));
             QVERIFY(!fixture().isEnabled("undo_button"));
             QVERIFY(fixture().child<QLabel>("error_label")->isVisible());
@@ -693,15 +669,15 @@ private slots:
             auto *online = fixture().child<QCheckBox>("online_checkbox");
             QVERIFY(online->isEnabled());
             online->click();
-            QVERIFY(fixture().canvas()->isOnline());
+            QVERIFY(canvas()->isOnline());
             host().deliver("6d", line);
-            fixture().dialog->update_track();
+            dialog()->update_track();
             fixture().child<QPushButton>("adjust_axes_to_room_button")->setEnabled(true);
-            fixture().dialog->on_adjust_axes_to_room_button_clicked();
-            const bsVector x = fixture().canvas()->body().baseMatrix().column(0);
+            dialog()->on_adjust_axes_to_room_button_clicked();
+            const bsVector x = canvas()->body().baseMatrix().column(0);
             QVERIFY(distance(x, turned ? bsVector(0, -1, 0) : bsVector(1, 0, 0)) < 1e-9);
             online->click();
-            QVERIFY(!fixture().canvas()->isOnline());
+            QVERIFY(!canvas()->isOnline());
             QVERIFY(!fixture().isEnabled("adjust_axes_to_room_button"));
         });
     }
@@ -712,7 +688,7 @@ private slots:
             fixture().choose(DialogFixture::Wand);
             host().deliver("6d", "6d 1 [0 1.0][0 0 0][1 0 0 0 1 0 0 0 1]");
             QVERIFY(!fixture().isEnabled("adjust_axes_to_room_button"));
-            fixture().child<QCheckBox>("online_checkbox")->click();
+            goOnline();
             host().deliver("6d", "6d 1 [0 1.0][0 0 0][1 0 0 0 1 0 0 0 1]");
             for (const char *name : {"adjust_axes_to_room_button", "pushButton_due_to_room",
                                      "pushButton_due_to_room_0"})
@@ -733,7 +709,7 @@ private slots:
             host().deliver("6d", "6d 1 [0 1.0][0 0 0][1 0 0 0 1 0 0 0 1]");
             QVERIFY(fixture().isEnabled("pushButton_due_to_room"));
             online->click();
-            QVERIFY(!fixture().canvas()->isOnline());
+            QVERIFY(!canvas()->isOnline());
             const auto areDisabled = [this] {
                 for (const char *name : {"adjust_axes_to_room_button", "pushButton_due_to_room",
                                          "pushButton_due_to_room_0"})
@@ -750,7 +726,7 @@ private slots:
     {
         fixture().session([&] {
             fixture().choose(DialogFixture::Wand);
-            fixture().child<QCheckBox>("online_checkbox")->click();
+            goOnline();
             std::thread([this] {
                 host().deliver("6d", "6d 1 [0 1.0][0 0 0][1 0 0 0 1 0 0 0 1]");
             }).join();
@@ -769,12 +745,12 @@ private slots:
     {
         fixture().session([&] {
             fixture().choose(DialogFixture::Wand);
-            fixture().child<QCheckBox>("online_checkbox")->click();
-            fixture().dialog->update_current_body(-1);
+            goOnline();
+            dialog()->update_current_body(-1);
             QVERIFY(fixture().child<QCheckBox>("online_checkbox")->isChecked());
-            fixture().dialog->update_track();
+            dialog()->update_track();
             QVERIFY(fixture().boxes.isEmpty());
-            QVERIFY(!fixture().canvas()->isTracked());
+            QVERIFY(!canvas()->isTracked());
         });
     }
 
@@ -782,19 +758,19 @@ private slots:
     {
         fixture().session([&] {
             fixture().choose(DialogFixture::Wand);
-            fixture().child<QCheckBox>("online_checkbox")->click();
+            goOnline();
             host().deliver("6d", "6d 1 [0 1.0][0 0 0][1 0 0 0 1 0 0 0 1]");
-            QVERIFY(fixture().canvas()->isOnline());
+            QVERIFY(canvas()->isOnline());
         });
         fixture().session([&] {
             QVERIFY(!fixture().child<QCheckBox>("online_checkbox")->isChecked());
             QVERIFY(!fixture().isEnabled("online_checkbox"));
-            QVERIFY(!fixture().canvas()->isOnline());
+            QVERIFY(!canvas()->isOnline());
             for (const char *name : {"adjust_axes_to_room_button", "pushButton_due_to_room",
                                      "pushButton_due_to_room_0"})
                 QVERIFY2(!fixture().isEnabled(name), name);
             fixture().choose(DialogFixture::Wand);
-            QVERIFY(!fixture().canvas()->isOnline());
+            QVERIFY(!canvas()->isOnline());
             host().deliver("6d", "6d 1 [0 1.0][0 0 0][1 0 0 0 1 0 0 0 1]");
             QVERIFY(!fixture().isEnabled("pushButton_due_to_room"));
         });
@@ -804,8 +780,7 @@ private slots:
     {
         fixture().session([&] {
             fixture().choose(DialogFixture::SpareProbe);
-            QSignalSpy tracked(fixture().dialog.get(),
-                               &BodyAdjustmentDialog::set_chosen_body_tracked);
+            QSignalSpy tracked(dialog(), &BodyAdjustmentDialog::set_chosen_body_tracked);
             // The second block of a "6df2" line is the second vimbar, whatever its id.
             QCOMPARE(host().deliver("6df2", "6df2 4 2 [2 1.0 4 2][0 0 0][1 0 0 0 1 0 0 0 1][0 0] "
                                             "[4 1.0 4 2][1 2 3][1 0 0 0 1 0 0 0 1][0 0]"),
@@ -826,13 +801,13 @@ private slots:
     {
         fixture().session([&] {
             fixture().choose(DialogFixture::SpareProbe);
-            fixture().child<QCheckBox>("online_checkbox")->click();
+            goOnline();
             const QByteArray rest = "[1 2 3][0.0 1.0 0.0 -1.0 0.0 0.0 0.0 0.0 1.0][0 0]";
             for (const QByteArray &id : {QByteArray("4"), QByteArray("1")}) {
                 host().deliver("6df2",
                                "6df2 4 2 [2 1.0 4 2]" + rest + " [" + id + " 1.0 4 2]" + rest);
-                fixture().dialog->update_track();
-                QCOMPARE(fixture().canvas()->isTracked(), id == "1");
+                dialog()->update_track();
+                QCOMPARE(canvas()->isTracked(), id == "1");
             }
         });
     }
@@ -860,8 +835,7 @@ private slots:
         QFETCH(QList<bool>, emitted);
         fixture().session([&] {
             fixture().choose(DialogFixture::Wand);
-            QSignalSpy tracked(fixture().dialog.get(),
-                               &BodyAdjustmentDialog::set_chosen_body_tracked);
+            QSignalSpy tracked(dialog(), &BodyAdjustmentDialog::set_chosen_body_tracked);
             QCOMPARE(host().deliver("6d", line), result);
             QList<bool> seen;
             for (const QList<QVariant> &arguments : tracked)
@@ -880,8 +854,7 @@ private slots:
         host().failLine("set vimbar multiuser_with_head no");
         fixture().session([&] {
             fixture().choose(DialogFixture::Wand);
-            QSignalSpy tracked(fixture().dialog.get(),
-                               &BodyAdjustmentDialog::set_chosen_body_tracked);
+            QSignalSpy tracked(dialog(), &BodyAdjustmentDialog::set_chosen_body_tracked);
             host().deliver("6d", "6d 1 [1 1.0][1 2 3][1 0 0 0 1 0 0 0 1]");
             QCOMPARE(tracked.count(), 1);
             QVERIFY(tracked.first().first().toBool());
@@ -893,7 +866,7 @@ private slots:
         fixture().session([&] {
             auto *list = fixture().child<QComboBox>("body_name");
             fixture().choose(DialogFixture::Wand);
-            fixture().child<QCheckBox>("online_checkbox")->click();
+            goOnline();
             list->setItemData(DialogFixture::Plain, QStringLiteral("target|2|calibrated|tt_std"));
             int boxes = 0;
             int most = 0;
@@ -926,7 +899,7 @@ private slots:
             QTRY_VERIFY(boxes > 60);
             QCOMPARE(most, 1);
             QVERIFY(fixture().child<QCheckBox>("online_checkbox")->isChecked());
-            fixture().child<QCheckBox>("online_checkbox")->click();
+            goOnline();
             fixture().leaveBoxesOpen = false;
         });
     }
@@ -935,13 +908,13 @@ private slots:
     {
         fixture().session([&] {
             fixture().choose(DialogFixture::Wand);
-            fixture().child<QCheckBox>("online_checkbox")->click();
+            goOnline();
             fixture()
                 .child<QComboBox>("body_name")
                 ->setItemData(DialogFixture::Plain, QStringLiteral("target|2|calibrated|tt_std"));
             // The first box is looked at, and with its answer the view goes offline.
             fixture().answerTo = [this](const SeenBox &) {
-                fixture().dialog->update_track();
+                dialog()->update_track();
                 auto *online = fixture().child<QCheckBox>("online_checkbox");
                 if (online->isChecked())
                     QTimer::singleShot(0, online, &QCheckBox::click);
@@ -988,7 +961,7 @@ private slots:
         fixture().requestedSession(request, [&] {
             QCOMPARE(fixture().child<QComboBox>("body_name")->currentIndex(), position);
             QVERIFY(!fixture().isEnabled("body_name"));
-            QCOMPARE(fixture().canvas()->isBodyLoaded(), position >= 0);
+            QCOMPARE(canvas()->isBodyLoaded(), position >= 0);
             QVERIFY(host().messages.isEmpty());
         });
         QCOMPARE(host().messages.size(), 1);
@@ -1007,7 +980,7 @@ private slots:
     {
         for (int i = 0; i < 2; ++i) {
             fixture().requestedSession(" standard|1", [&] {
-                QVERIFY(fixture().canvas()->isBodyLoaded());
+                QVERIFY(canvas()->isBodyLoaded());
                 QVERIFY(fixture().isEnabled("body_pos_xyzWidget"));
             });
         }
@@ -1023,8 +996,8 @@ private slots:
             QTRY_COMPARE(host().messages.size(), 1);
             QCOMPARE(host().messages.first().text, QStringLiteral("reopen"));
             QVERIFY(host().transcript.isEmpty());
-            QVERIFY(fixture().dialog->isVisible());
-            QCOMPARE(fixture().canvas()->body().undoCount(), 1);
+            QVERIFY(dialog()->isVisible());
+            QCOMPARE(canvas()->body().undoCount(), 1);
             QVERIFY(fixture().isEnabled("body_name"));
         });
         QCOMPARE(host().messages.size(), 1);
@@ -1053,7 +1026,7 @@ private slots:
         QPointer<QWidget> window = new QWidget;
         fixture().dialog =
             std::make_unique<BodyAdjustmentDialog>(&host(), window.data(), &host().versions);
-        const QPointer<BodyAdjustmentDialog> dialog(fixture().dialog.get());
+        const QPointer<BodyAdjustmentDialog> opened(dialog());
         const auto end = [&] {
             if (withItsWindow) {
                 fixture().dialog.release();
@@ -1074,7 +1047,7 @@ private slots:
             };
             if (inHand == "half-typed field") {
                 fixture().typeValue("body_ori_xyzWidget", 1, "12");
-                QCOMPARE(fixture().canvas()->body().pendingPose().orientation.w < 1.0, true);
+                QCOMPARE(canvas()->body().pendingPose().orientation.w < 1.0, true);
             } else if (inHand.endsWith("wheel")) {
                 QWidget *wheel = nullptr;
                 for (QWidget *child :
@@ -1086,11 +1059,11 @@ private slots:
                 sendMouse(wheel, QEvent::MouseButtonPress, QPoint());
                 if (inHand == "turned wheel")
                     sendMouse(wheel, QEvent::MouseMove, QPoint(15, 0));
-                QVERIFY(fixture().canvas()->isDragging());
+                QVERIFY(canvas()->isDragging());
             } else if (inHand == "dragged view") {
-                sendMouse(fixture().canvas(), QEvent::MouseButtonPress, QPoint());
-                sendMouse(fixture().canvas(), QEvent::MouseMove, QPoint(5, 5));
-                QVERIFY(fixture().canvas()->isDragging());
+                sendMouse(canvas(), QEvent::MouseButtonPress, QPoint());
+                sendMouse(canvas(), QEvent::MouseMove, QPoint(5, 5));
+                QVERIFY(canvas()->isDragging());
             } else if (inHand == "open list") {
                 fixture().openList();
             }
@@ -1098,26 +1071,19 @@ private slots:
                 end();
                 return;
             }
-            QTimer untilOpen;
-            connect(&untilOpen, &QTimer::timeout, this, [&] {
-                if (!QApplication::activePopupWidget())
-                    return;
-                untilOpen.stop();
-                end();
-            });
-            untilOpen.start(5);
+            runWhen([] { return QApplication::activePopupWidget() != nullptr; }, end);
             if (inHand == "menu of the table")
-                fixture().dialog->toggled_switch_view();
+                dialog()->toggled_switch_view();
             // Straight to the widget: behind a right press in a window Qt itself goes on with it.
             QWidget *target = inHand == "menu of the view"
-                                  ? static_cast<QWidget *>(fixture().canvas())
+                                  ? static_cast<QWidget *>(canvas())
                                   : fixture().child<QTableWidget>("tableWidget_data")->viewport();
             const QPoint place = target->rect().center();
             QMouseEvent event(QEvent::MouseButtonPress, place, target->mapToGlobal(place),
                               Qt::RightButton, Qt::RightButton, Qt::NoModifier);
             QApplication::sendEvent(target, &event);
         });
-        QVERIFY(!dialog);
+        QVERIFY(!opened);
         QCOMPARE(window.isNull(), withItsWindow);
         delete window;
         // What was still to be handled finds nobody.
@@ -1147,25 +1113,21 @@ private slots:
             else
                 chooseAndMove(DialogFixture::Wand, "10");
             fixture().leaveBoxesOpen = true;
-            QTimer end;
-            connect(&end, &QTimer::timeout, this, [&] {
+            const auto isOpenAbove = [this] {
                 QWidget *modal = QApplication::activeModalWidget();
-                if (modal && modal != fixture().dialog.get() && modal->isVisible()) {
-                    end.stop();
-                    fixture().dialog.reset();
-                }
-            });
-            end.start(5);
+                return modal && modal != dialog() && modal->isVisible();
+            };
+            runWhen(isOpenAbove, [this] { fixture().dialog.reset(); });
             if (box == "leaving a body")
                 fixture().choose(DialogFixture::Plain);
             else if (box == "cancel")
-                fixture().dialog->reject();
+                dialog()->reject();
             else if (box == "one marker")
                 fixture().choose(DialogFixture::Pen);
             else if (box == "help")
-                fixture().dialog->on_help_button_clicked();
+                dialog()->on_help_button_clicked();
             else
-                fixture().dialog->set_axis();
+                dialog()->set_axis();
             QVERIFY(!fixture().dialog);
         });
     }

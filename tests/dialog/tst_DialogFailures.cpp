@@ -1,4 +1,4 @@
-#include "DialogFixture.h"
+#include "DialogTest.h"
 
 #include <dialog/BodyAdjustmentDialog.h>
 #include <model/abcBody.h>
@@ -218,16 +218,12 @@ struct Hit {
 
 } // namespace
 
-class TestDialogFailures : public QObject {
+class TestDialogFailures : public DialogTest {
     Q_OBJECT
 
 private:
-    std::unique_ptr<DialogFixture> m_fixture;
     World m_world = Plain;
     QMap<QString, QString> m_parameters; ///< of the controller before each session
-
-    DialogFixture &fixture() { return *m_fixture; }
-    FakeHost &host() { return m_fixture->host; }
 
     void prepare(World world)
     {
@@ -249,7 +245,7 @@ private:
         fixture().makeDialog();
     }
 
-    void press(const char *button) { fixture().child<QAbstractButton>(button)->click(); }
+    void pressIfEnabled(const char *button) { fixture().child<QAbstractButton>(button)->click(); }
     void choose(int position)
     {
         auto *list = fixture().child<QComboBox>("body_name");
@@ -266,17 +262,17 @@ private:
     {
         choose(DialogFixture::Wand);
         move(10.0);
-        press("apply_button");
-        if (fixture().canvas()->body().markerCount() > 2)
+        pressIfEnabled("apply_button");
+        if (canvas()->body().markerCount() > 2)
             fixture().selectMarker(2);
-        press("pushButton_deleteMarker");
-        press("undo_button");
-        press("redo_button");
+        pressIfEnabled("pushButton_deleteMarker");
+        pressIfEnabled("undo_button");
+        pressIfEnabled("redo_button");
         choose(DialogFixture::Probe);
         move(5.0);
         choose(DialogFixture::SpareProbe);
         move(-5.0);
-        press(m_world == ClosedByOk ? "ok_button" : "cancel_button");
+        pressIfEnabled(m_world == ClosedByOk ? "ok_button" : "cancel_button");
     }
 
     void runSession(const std::function<std::optional<Answer>(const FakeHost::Exchange &)> &hook)
@@ -302,7 +298,7 @@ private:
     /// What the session did that it should not have done; empty: nothing.
     QString complaint(const Hit &hit)
     {
-        if (fixture().dialog->isVisible())
+        if (dialog()->isVisible())
             return "the dialog is still open";
         QStringList told = host().journal;
         QStringList subscriptions;
@@ -385,8 +381,6 @@ private:
 
 private slots:
     void initTestCase() { dropWindowlessWarnings(); }
-    void init() { m_fixture = std::make_unique<DialogFixture>(); }
-    void cleanup() { m_fixture.reset(); }
 
     void eachFaultAtEachExchangeIsToldAndTheSessionEnds_data()
     {

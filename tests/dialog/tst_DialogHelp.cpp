@@ -1,4 +1,4 @@
-#include "DialogFixture.h"
+#include "DialogTest.h"
 
 #include <dialog/BodyAdjustmentDialog.h>
 #include <model/abcBody.h>
@@ -9,40 +9,18 @@
 #include <QApplication>
 #include <QPointer>
 #include <QPushButton>
-#include <QTimer>
 #include <QtTest>
 
-class TestDialogHelp : public QObject {
+class TestDialogHelp : public DialogTest {
     Q_OBJECT
 
 private:
-    std::unique_ptr<DialogFixture> m_fixture;
-    DialogFixture &fixture() { return *m_fixture; }
-    FakeHost &host() { return m_fixture->host; }
-    BodyAdjustmentDialog *dialog() { return m_fixture->dialog.get(); }
-
     static HelpDialog *openHelp()
     {
         return qobject_cast<HelpDialog *>(QApplication::activeModalWidget());
     }
-    void whenHelpIsOpen(const std::function<void(HelpDialog *)> &script)
-    {
-        auto *timer = new QTimer(&fixture());
-        connect(timer, &QTimer::timeout, this, [=] {
-            if (!openHelp() || !openHelp()->isVisible())
-                return;
-            timer->stop();
-            timer->deleteLater();
-            QVERIFY(QTest::qWaitForWindowActive(openHelp()));
-            script(openHelp());
-        });
-        timer->start(5);
-    }
 
 private slots:
-    void init() { m_fixture = std::make_unique<DialogFixture>(); }
-    void cleanup() { m_fixture.reset(); }
-
     void theHelpIsOpenAboveTheDialogUntilItIsClosed_data()
     {
         QTest::addColumn<bool>("byKey");
@@ -67,7 +45,7 @@ private slots:
             host().clearRecords();
             QPointer<HelpDialog> help;
             bool wasShown = false;
-            whenHelpIsOpen([&](HelpDialog *opened) {
+            whenModal<HelpDialog>([&](HelpDialog *opened) {
                 help = opened;
                 wasShown = true;
                 QCOMPARE(opened->parentWidget(), static_cast<QWidget *>(dialog()));
@@ -97,7 +75,7 @@ private slots:
             QVERIFY(wasShown);
             QTRY_VERIFY(!help);
             QVERIFY(dialog()->isVisible());
-            QCOMPARE(fixture().canvas()->body().undoCount(), 1);
+            QCOMPARE(canvas()->body().undoCount(), 1);
             QVERIFY(fixture().isEnabled("apply_button"));
             QVERIFY(host().transcript.isEmpty());
         });
@@ -108,7 +86,7 @@ private slots:
         fixture().session([&] {
             int opened = 0;
             for (int i = 0; i < 3; ++i) {
-                whenHelpIsOpen([&](HelpDialog *help) {
+                whenModal<HelpDialog>([&](HelpDialog *help) {
                     ++opened;
                     help->close();
                 });
@@ -125,14 +103,14 @@ private slots:
     {
         fixture().session([&] {
             fixture().choose(DialogFixture::Plain);
-            fixture().child<QAbstractButton>("online_checkbox")->click();
-            whenHelpIsOpen([&](HelpDialog *help) {
+            goOnline();
+            whenModal<HelpDialog>([&](HelpDialog *help) {
                 QCOMPARE(host().deliver("6d", "6d 1 [1 1.000][1 2 3][0 1 0 -1 0 0 0 0 1]"), 0);
-                QTRY_VERIFY(fixture().canvas()->isTracked());
+                QTRY_VERIFY(canvas()->isTracked());
                 help->close();
             });
             fixture().click("help_button");
-            QVERIFY(fixture().canvas()->isTracked());
+            QVERIFY(canvas()->isTracked());
         });
     }
 };

@@ -1,4 +1,4 @@
-#include "DialogFixture.h"
+#include "DialogTest.h"
 
 #include <dialog/BodyAdjustmentDialog.h>
 #include <model/abcBody.h>
@@ -25,7 +25,6 @@
 #include <QTabBar>
 #include <QTabWidget>
 #include <QTableWidget>
-#include <QTimer>
 #include <QWindow>
 #include <QtTest>
 
@@ -37,14 +36,6 @@ namespace {
 
 /// A button that a shortcut presses is shown pressed for this long before it acts, and some more.
 constexpr int kClickMs = 250;
-
-const QByteArray kPlace = "[10 20 30 0 0 90][0.0 1.0 0.0 -1.0 0.0 0.0 0.0 0.0 1.0]";
-
-/// A "6d" line of one body.
-QByteArray bodyLine(int id, const QByteArray &quality)
-{
-    return "6d 1 [" + QByteArray::number(id) + " " + quality + "]" + kPlace;
-}
 
 /// The text of the label that screen readers tell with a control.
 QString accessibleLabel(QWidget *widget)
@@ -78,7 +69,7 @@ QString nameOf(const QWidget *widget)
 }
 
 /// Presses a key as the windowing system delivers it to the window.
-void press(QWidget *window, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+void pressKey(QWidget *window, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
 {
     QTest::keyClick(window->window()->windowHandle(), key, modifiers);
 }
@@ -92,9 +83,9 @@ QList<QWidget *> tabRound(QWidget *first, bool backwards)
     do {
         stops.append(QApplication::focusWidget());
         if (backwards)
-            press(first, Qt::Key_Backtab, Qt::ShiftModifier);
+            pressKey(first, Qt::Key_Backtab, Qt::ShiftModifier);
         else
-            press(first, Qt::Key_Tab);
+            pressKey(first, Qt::Key_Tab);
     } while (QApplication::focusWidget() != first && stops.size() < tooMany);
     return stops;
 }
@@ -125,46 +116,12 @@ const QStringList kBelow = words("online_checkbox|undo_button|redo_button|help_b
                                  "apply_button|cancel_button");
 const QStringList kReset = words("reset_view_button");
 
-/// Calls @p script as soon as a window of that class is open; tells whether it came.
-template <typename Window>
-class WhenOpen : public QObject {
-public:
-    explicit WhenOpen(const std::function<void(Window *)> &script)
-    {
-        connect(&m_timer, &QTimer::timeout, this, [this, script] {
-            auto *window = qobject_cast<Window *>(QApplication::activeModalWidget());
-            if (!window || !window->isVisible() || !QTest::qWaitForWindowActive(window))
-                return;
-            m_timer.stop();
-            m_came = true;
-            const QPointer<Window> guard(window);
-            script(window);
-            // A script that fails half-way leaves it open, and the test would wait for ever.
-            QTimer::singleShot(kClickMs, window, [guard] {
-                if (guard)
-                    guard->reject();
-            });
-        });
-        m_timer.start(5);
-    }
-    bool came() const { return m_came; }
-
-private:
-    QTimer m_timer;
-    bool m_came = false;
-};
-
 } // namespace
 
-class tst_DialogKeyboard : public QObject {
+class tst_DialogKeyboard : public DialogTest {
     Q_OBJECT
 
 private:
-    std::unique_ptr<DialogFixture> m_fixture;
-    DialogFixture &fixture() { return *m_fixture; }
-    FakeHost &host() { return m_fixture->host; }
-    GLCanvas *canvas() { return m_fixture->canvas(); }
-    BodyAdjustmentDialog *dialog() { return m_fixture->dialog.get(); }
     QPushButton *button(const char *name) { return fixture().child<QPushButton>(name); }
     QTabWidget *tabs() { return fixture().child<QTabWidget>("tabWidget"); }
 
@@ -181,7 +138,7 @@ private:
     }
     void goOnlineTracked(int body)
     {
-        press(dialog(), Qt::Key_T, Qt::AltModifier);
+        pressKey(dialog(), Qt::Key_T, Qt::AltModifier);
         QTRY_VERIFY(fixture().child<QCheckBox>("online_checkbox")->isChecked());
         host().deliver("6d", bodyLine(body, "1.000"));
         QTRY_VERIFY(canvas()->isTracked());
@@ -202,12 +159,8 @@ private:
     }
     bsVector marker(int index) { return canvas()->markerRecords().at(index).position; }
     static bool near(const bsVector &a, const bsVector &b) { return (a - b).length() < 1e-6; }
-    int transformsSent() { return host().transcript.filter("quorel2 body transform").size(); }
 
 private slots:
-    void init() { m_fixture = std::make_unique<DialogFixture>(); }
-    void cleanup() { m_fixture.reset(); }
-
     // Tab
 
     void tabLeadsToEveryControlInTheOrderInWhichItIsSeen_data()
@@ -295,10 +248,10 @@ private slots:
             for (int i = 0; i < all.size(); ++i) {
                 QCOMPARE(nameOf(QApplication::focusWidget()), kWheels.at(i));
                 const bsMatrix before = canvas()->camera().view().toMatrix();
-                press(dialog(), Qt::Key_Up);
-                press(dialog(), Qt::Key_Up);
+                pressKey(dialog(), Qt::Key_Up);
+                pressKey(dialog(), Qt::Key_Up);
                 QVERIFY(differs(canvas()->camera().view().toMatrix(), before));
-                press(dialog(), Qt::Key_Tab);
+                pressKey(dialog(), Qt::Key_Tab);
                 // The gesture has ended; the wheels count from the view as it is now.
                 QVERIFY(!fixture().child<xyzWidget>("pos_xyzWidget")->isEditing());
                 QVERIFY(!fixture().child<xyzWidget>("ori_xyzWidget")->isEditing());
@@ -313,8 +266,8 @@ private slots:
             choose(DialogFixture::Wand);
             fields("body_pos_xyzWidget").at(0)->setFocus(Qt::TabFocusReason);
             for (const Qt::Key key : {Qt::Key_1, Qt::Key_2})
-                press(dialog(), key);
-            press(dialog(), Qt::Key_Tab);
+                pressKey(dialog(), key);
+            pressKey(dialog(), Qt::Key_Tab);
             QCOMPARE(nameOf(QApplication::focusWidget()), QStringLiteral("Body position y [mm]"));
             QVERIFY(near(marker(0), bsVector(-12, 0, 0)));
             QCOMPARE(canvas()->body().undoCount(), 1);
@@ -328,7 +281,7 @@ private slots:
         fixture().session([&] {
             choose(DialogFixture::Wand);
             select({1});
-            press(dialog(), Qt::Key_O, Qt::AltModifier);
+            pressKey(dialog(), Qt::Key_O, Qt::AltModifier);
             QTRY_VERIFY(near(marker(1), bsVector(0, 0, 0)));
         });
     }
@@ -337,7 +290,7 @@ private slots:
     {
         fixture().session([&] {
             choose(DialogFixture::Wand);
-            press(dialog(), Qt::Key_E, Qt::AltModifier);
+            pressKey(dialog(), Qt::Key_E, Qt::AltModifier);
             QTRY_VERIFY(canvas()->hasUnappliedChanges());
             bsVector sum(0, 0, 0);
             for (int i = 0; i < 6; ++i)
@@ -351,16 +304,19 @@ private slots:
         fixture().session([&] {
             choose(DialogFixture::Wand);
             select({0, 2});
-            const WhenOpen<SetAxisDialog> keys([](SetAxisDialog *window) {
+            bool closed = false;
+            whenModal<SetAxisDialog>([&](SetAxisDialog *window) {
                 // From X to Z, then Return for OK.
                 QTRY_COMPARE(nameOf(QApplication::focusWidget()),
                              QStringLiteral("axisToSetComboBox"));
-                press(window, Qt::Key_Down);
-                press(window, Qt::Key_Down);
-                press(window, Qt::Key_Return);
+                pressKey(window, Qt::Key_Down);
+                pressKey(window, Qt::Key_Down);
+                pressKey(window, Qt::Key_Return);
+                QTRY_VERIFY(!window->isVisible());
+                closed = true;
             });
-            press(dialog(), Qt::Key_X, Qt::AltModifier);
-            QTRY_VERIFY(keys.came());
+            pressKey(dialog(), Qt::Key_X, Qt::AltModifier);
+            QTRY_VERIFY(closed);
             // The marker at (0, 60, 0) now lies on the Z axis.
             QTRY_VERIFY(near(marker(2) - marker(0), bsVector(0, 0, 60)));
         });
@@ -372,7 +328,7 @@ private slots:
             choose(DialogFixture::Wand);
             goOnlineTracked(0);
             QTRY_VERIFY(button("adjust_axes_to_room_button")->isEnabled());
-            press(dialog(), Qt::Key_J, Qt::AltModifier);
+            pressKey(dialog(), Qt::Key_J, Qt::AltModifier);
             QTRY_VERIFY(canvas()->hasUnappliedChanges());
         });
     }
@@ -392,12 +348,12 @@ private slots:
             choose(DialogFixture::Wand);
             goOnlineTracked(0);
             QTRY_VERIFY(button("pushButton_due_to_room")->isEnabledTo(dialog()));
-            press(dialog(), key, Qt::AltModifier);
+            pressKey(dialog(), key, Qt::AltModifier);
             QTest::qWait(kClickMs);
             QVERIFY(!canvas()->hasUnappliedChanges());
-            press(dialog(), Qt::Key_S, Qt::AltModifier);
+            pressKey(dialog(), Qt::Key_S, Qt::AltModifier);
             QTRY_COMPARE(tabs()->currentIndex(), 1);
-            press(dialog(), key, Qt::AltModifier);
+            pressKey(dialog(), key, Qt::AltModifier);
             QTRY_VERIFY(canvas()->hasUnappliedChanges());
             QCOMPARE(canvas()->body().undoCount(), 1);
         });
@@ -406,10 +362,10 @@ private slots:
     void altGAndAltSChangeTheTab()
     {
         fixture().session([&] {
-            press(dialog(), Qt::Key_S, Qt::AltModifier);
+            pressKey(dialog(), Qt::Key_S, Qt::AltModifier);
             QTRY_COMPARE(tabs()->currentIndex(), 1);
             QVERIFY(button("pushButton_due_to_body")->isVisible());
-            press(dialog(), Qt::Key_G, Qt::AltModifier);
+            pressKey(dialog(), Qt::Key_G, Qt::AltModifier);
             QTRY_COMPARE(tabs()->currentIndex(), 0);
             QVERIFY(button("set_origin_button")->isVisible());
         });
@@ -421,9 +377,9 @@ private slots:
             choose(DialogFixture::Wand);
             const bsMatrix start = canvas()->camera().view().toMatrix();
             wheels("ori_xyzWidget").at(1)->setFocus();
-            press(dialog(), Qt::Key_PageUp);
+            pressKey(dialog(), Qt::Key_PageUp);
             QVERIFY(differs(canvas()->camera().view().toMatrix(), start));
-            press(dialog(), Qt::Key_V, Qt::AltModifier);
+            pressKey(dialog(), Qt::Key_V, Qt::AltModifier);
             QTRY_VERIFY(!differs(canvas()->camera().view().toMatrix(), start));
         });
     }
@@ -432,9 +388,9 @@ private slots:
     {
         fixture().session([&] {
             choose(DialogFixture::Wand);
-            press(dialog(), Qt::Key_T, Qt::AltModifier);
+            pressKey(dialog(), Qt::Key_T, Qt::AltModifier);
             QTRY_VERIFY(canvas()->isOnline());
-            press(dialog(), Qt::Key_T, Qt::AltModifier);
+            pressKey(dialog(), Qt::Key_T, Qt::AltModifier);
             QTRY_VERIFY(!canvas()->isOnline());
         });
     }
@@ -444,11 +400,11 @@ private slots:
         fixture().session([&] {
             choose(DialogFixture::Wand);
             select({1});
-            press(dialog(), Qt::Key_O, Qt::AltModifier);
+            pressKey(dialog(), Qt::Key_O, Qt::AltModifier);
             QTRY_VERIFY(near(marker(1), bsVector(0, 0, 0)));
-            press(dialog(), Qt::Key_U, Qt::AltModifier);
+            pressKey(dialog(), Qt::Key_U, Qt::AltModifier);
             QTRY_VERIFY(near(marker(1), bsVector(100, 0, 0)));
-            press(dialog(), Qt::Key_R, Qt::AltModifier);
+            pressKey(dialog(), Qt::Key_R, Qt::AltModifier);
             QTRY_VERIFY(near(marker(1), bsVector(0, 0, 0)));
         });
     }
@@ -458,7 +414,7 @@ private slots:
         fixture().session([&] {
             choose(DialogFixture::Wand);
             select({1});
-            press(dialog(), Qt::Key_O, Qt::AltModifier);
+            pressKey(dialog(), Qt::Key_O, Qt::AltModifier);
             QTRY_VERIFY(near(marker(1), bsVector(0, 0, 0)));
             const QList<QWidget *> stops = tabRound(fixture().child<QComboBox>("body_name"), false);
             QVERIFY(stops.size() > 20);
@@ -468,9 +424,9 @@ private slots:
                     continue;
                 stop->setFocus(Qt::TabFocusReason);
                 QCOMPARE(QApplication::focusWidget(), stop);
-                press(dialog(), Qt::Key_Z, Qt::ControlModifier);
+                pressKey(dialog(), Qt::Key_Z, Qt::ControlModifier);
                 QVERIFY2(near(marker(1), bsVector(100, 0, 0)), qPrintable(nameOf(stop)));
-                press(dialog(), Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+                pressKey(dialog(), Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
                 QVERIFY2(near(marker(1), bsVector(0, 0, 0)), qPrintable(nameOf(stop)));
             }
         });
@@ -479,10 +435,14 @@ private slots:
     void altHOpensTheHelpAndAltXClosesIt()
     {
         fixture().session([&] {
-            const WhenOpen<HelpDialog> keys(
-                [](HelpDialog *window) { press(window, Qt::Key_X, Qt::AltModifier); });
-            press(dialog(), Qt::Key_H, Qt::AltModifier);
-            QTRY_VERIFY(keys.came());
+            bool closed = false;
+            whenModal<HelpDialog>([&](HelpDialog *window) {
+                pressKey(window, Qt::Key_X, Qt::AltModifier);
+                QTRY_VERIFY(!window->isVisible());
+                closed = true;
+            });
+            pressKey(dialog(), Qt::Key_H, Qt::AltModifier);
+            QTRY_VERIFY(closed);
             QTRY_VERIFY(!dialog()->findChild<HelpDialog *>());
             QVERIFY(dialog()->isVisible());
         });
@@ -492,10 +452,10 @@ private slots:
     {
         fixture().session([&] {
             choose(DialogFixture::Wand);
-            press(dialog(), Qt::Key_E, Qt::AltModifier);
+            pressKey(dialog(), Qt::Key_E, Qt::AltModifier);
             QTRY_VERIFY(button("apply_button")->isEnabled());
-            press(dialog(), Qt::Key_A, Qt::AltModifier);
-            QTRY_COMPARE(transformsSent(), 1);
+            pressKey(dialog(), Qt::Key_A, Qt::AltModifier);
+            QTRY_COMPARE(transforms().size(), 1);
             QVERIFY(!button("apply_button")->isEnabled());
         });
     }
@@ -507,7 +467,7 @@ private slots:
             host().clearRecords();
             for (const Qt::Key key : {Qt::Key_O, Qt::Key_E, Qt::Key_X, Qt::Key_J, Qt::Key_B,
                                       Qt::Key_C, Qt::Key_M, Qt::Key_U, Qt::Key_R, Qt::Key_A})
-                press(dialog(), key, Qt::AltModifier);
+                pressKey(dialog(), key, Qt::AltModifier);
             QTest::qWait(kClickMs);
             QVERIFY(!canvas()->hasUnappliedChanges());
             QCOMPARE(host().transcript, QStringList());
@@ -533,7 +493,7 @@ private slots:
             choose(position);
             QVERIFY(fixture().child<QLabel>("loadBody")->text().contains(part));
             QVERIFY(!fixture().child<QComboBox>("body_name")->hasFocus());
-            press(dialog(), Qt::Key_Y, Qt::AltModifier);
+            pressKey(dialog(), Qt::Key_Y, Qt::AltModifier);
             QTRY_VERIFY(fixture().child<QComboBox>("body_name")->hasFocus());
         });
     }
@@ -574,7 +534,7 @@ private slots:
                 stop->setFocus(Qt::TabFocusReason);
                 const bool isField = qobject_cast<QAbstractSpinBox *>(stop);
                 fixture().boxes.clear();
-                press(dialog(), Qt::Key_Delete);
+                pressKey(dialog(), Qt::Key_Delete);
                 QVERIFY2(fixture().boxes.size() == (isField ? 0 : 1), qPrintable(nameOf(stop)));
                 if (!isField)
                     QCOMPARE(fixture().boxes.first().text,
@@ -595,14 +555,14 @@ private slots:
             for (QWidget *stop : stops) {
                 stop->setFocus(Qt::TabFocusReason);
                 fixture().boxes.clear();
-                press(dialog(), Qt::Key_Escape);
+                pressKey(dialog(), Qt::Key_Escape);
                 QVERIFY2(fixture().boxes.size() == 1, qPrintable(nameOf(stop)));
                 QCOMPARE(fixture().boxes.first().text,
                          QStringLiteral("Discard the changes for all bodies?"));
                 QVERIFY(dialog()->isVisible());
             }
             fixture().answers = {QMessageBox::Yes};
-            press(dialog(), Qt::Key_Escape);
+            pressKey(dialog(), Qt::Key_Escape);
             QVERIFY(!dialog()->isVisible());
         });
     }
@@ -612,7 +572,7 @@ private slots:
         fixture().session([&] {
             fixture().openList();
             QWidget *view = fixture().child<QComboBox>("body_name")->view();
-            press(view, Qt::Key_Escape);
+            pressKey(view, Qt::Key_Escape);
             QTRY_VERIFY(!view->isVisible());
             QVERIFY(dialog()->isVisible());
         });
@@ -623,16 +583,16 @@ private slots:
         fixture().session([&] {
             auto *list = fixture().child<QComboBox>("body_name");
             QVERIFY(list->hasFocus());
-            press(dialog(), Qt::Key_Down);
+            pressKey(dialog(), Qt::Key_Down);
             QCOMPARE(list->currentIndex(), 0);
             QCOMPARE(canvas()->body().markerCount(), 6);
-            press(dialog(), Qt::Key_End);
+            pressKey(dialog(), Qt::Key_End);
             QCOMPARE(list->currentIndex(), list->count() - 1);
             QCOMPARE(canvas()->body().markerCount(), 5);
-            press(dialog(), Qt::Key_Down, Qt::AltModifier);
+            pressKey(dialog(), Qt::Key_Down, Qt::AltModifier);
             QTRY_VERIFY(list->view()->isVisible());
-            press(list->view(), Qt::Key_Home);
-            press(list->view(), Qt::Key_Return);
+            pressKey(list->view(), Qt::Key_Home);
+            pressKey(list->view(), Qt::Key_Return);
             QTRY_VERIFY(!list->view()->isVisible());
             QCOMPARE(list->currentIndex(), 0);
             QCOMPARE(canvas()->body().markerCount(), 6);
@@ -644,7 +604,7 @@ private slots:
         fixture().session([&] {
             choose(DialogFixture::Wand);
             auto *list = fixture().child<QComboBox>("body_name");
-            press(dialog(), Qt::Key_Y);
+            pressKey(dialog(), Qt::Key_Y);
             QVERIFY(canvas()->hasFocus());
             // The modifier word is the windowing system's, which the test can only state.
             constexpr quint32 bothShiftsAndNumLock = 0x211;
@@ -671,7 +631,7 @@ private slots:
             const QPoint centre = canvas()->rect().center();
             QTest::mousePress(canvas(), Qt::LeftButton, Qt::ControlModifier, centre);
             QVERIFY(canvas()->isDragging());
-            press(dialog(), Qt::Key_Menu);
+            pressKey(dialog(), Qt::Key_Menu);
             auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
             QVERIFY(menu);
             QVERIFY(!canvas()->isDragging());
@@ -695,7 +655,7 @@ private slots:
         const Qt::KeyboardModifiers modifier = shift ? Qt::ShiftModifier : Qt::NoModifier;
         fixture().session([&] {
             choose(DialogFixture::Wand);
-            press(dialog(), key, modifier);
+            pressKey(dialog(), key, modifier);
             auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
             QVERIFY(menu);
             // The last of its entries is the data view.
@@ -707,7 +667,7 @@ private slots:
             // From each of the two tables, which Tab leads to.
             for (const char *table : {"tableWidget_emissions", "tableWidget_data"}) {
                 fixture().child<QTableWidget>(table)->setFocus(Qt::TabFocusReason);
-                press(dialog(), key, modifier);
+                pressKey(dialog(), key, modifier);
                 menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
                 QVERIFY(menu);
                 QCOMPARE(menu->actions().first()->text(), QStringLiteral("Graphic view"));
@@ -715,7 +675,7 @@ private slots:
                 QVERIFY(!QApplication::activePopupWidget());
                 QVERIFY(dialog()->isVisible());
             }
-            press(dialog(), key, modifier);
+            pressKey(dialog(), key, modifier);
             QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Down);
             QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Return);
             QTRY_VERIFY(canvas()->isVisible());
@@ -728,8 +688,8 @@ private slots:
         fixture().session([&] {
             choose(DialogFixture::Wand);
             button("help_button")->setFocus();
-            press(dialog(), Qt::Key_Menu);
-            press(dialog(), Qt::Key_F10, Qt::ShiftModifier);
+            pressKey(dialog(), Qt::Key_Menu);
+            pressKey(dialog(), Qt::Key_F10, Qt::ShiftModifier);
             QVERIFY(!QApplication::activePopupWidget());
         });
     }
@@ -753,18 +713,18 @@ private slots:
         connect(&window, &SetAxisDialog::setAxis, this, [&set](abcAxis axisToSet, abcAxis kept) {
             set.append(QStringLiteral("%1 %2").arg(axisToSet).arg(kept));
         });
-        press(&window, Qt::Key_Down);
-        press(&window, Qt::Key_Tab);
-        press(&window, Qt::Key_Down);
-        press(&window, Qt::Key_Tab);
-        press(&window, Qt::Key_Space);
+        pressKey(&window, Qt::Key_Down);
+        pressKey(&window, Qt::Key_Tab);
+        pressKey(&window, Qt::Key_Down);
+        pressKey(&window, Qt::Key_Tab);
+        pressKey(&window, Qt::Key_Space);
         QCOMPARE(set, QStringList(QStringLiteral("%1 %2").arg(Y).arg(Z)));
         QVERIFY(!window.isVisible());
 
         QSignalSpy rejected(&window, &QDialog::rejected);
         window.show();
         QVERIFY(QTest::qWaitForWindowActive(&window));
-        press(&window, Qt::Key_Escape);
+        pressKey(&window, Qt::Key_Escape);
         QCOMPARE(rejected.count(), 1);
         QCOMPARE(set.size(), 1);
     }
@@ -776,7 +736,7 @@ private slots:
         QVERIFY(QTest::qWaitForWindowActive(&window));
         auto *exit = window.findChild<QPushButton *>(QStringLiteral("exit_button"));
         QCOMPARE(names(tabRound(exit, false)), words("exit_button"));
-        press(&window, Qt::Key_Space);
+        pressKey(&window, Qt::Key_Space);
         QVERIFY(!window.isVisible());
     }
 

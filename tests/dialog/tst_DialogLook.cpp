@@ -1,4 +1,4 @@
-#include "DialogFixture.h"
+#include "DialogTest.h"
 
 #include <dialog/BodyAdjustmentDialog.h>
 #include <tests/support/Contrast.h>
@@ -41,7 +41,6 @@ namespace {
 const QSize kSmallScreen(1280, 1024);
 const QSize kNarrow(900, 650);
 const QSize kWide(1900, 1150);
-const QByteArray kPlace = "[10 20 30 0 0 90][0.0 1.0 0.0 -1.0 0.0 0.0 0.0 0.0 1.0]";
 
 /// Makes every line of every text 40% longer, inside the marks of a rich text too, with letters
 /// that stand high and low. Key sequences stay.
@@ -264,14 +263,10 @@ QStringList textsOf(const QWidget *window)
 
 } // namespace
 
-class tst_DialogLook : public QObject {
+class tst_DialogLook : public DialogTest {
     Q_OBJECT
 
 private:
-    std::unique_ptr<DialogFixture> m_fixture;
-    DialogFixture &fixture() { return *m_fixture; }
-    BodyAdjustmentDialog *dialog() { return m_fixture->dialog.get(); }
-    GLCanvas *canvas() { return m_fixture->canvas(); }
     QTabWidget *tabs() { return fixture().child<QTabWidget>("tabWidget"); }
     QRect place(const char *name) { return placeIn(dialog(), fixture().child<QWidget>(name)); }
     template <typename Control>
@@ -289,10 +284,7 @@ private:
         QCoreApplication::processEvents();
         QCOMPARE(canvas()->isVisible(), !dataView);
     }
-    void deliver(const QByteArray &quality)
-    {
-        fixture().host.deliver("6d", "6d 1 [0 " + quality + "]" + kPlace);
-    }
+    void deliver(const QByteArray &quality) { host().deliver("6d", bodyLine(0, quality)); }
     static void settle()
     {
         for (int i = 0; i < 5; ++i)
@@ -320,12 +312,7 @@ private:
     }
 
 private slots:
-    void init()
-    {
-        initWidgetResources();
-        m_fixture = std::make_unique<DialogFixture>();
-    }
-    void cleanup() { m_fixture.reset(); }
+    void initTestCase() { initWidgetResources(); }
 
     // Texts
 
@@ -491,12 +478,12 @@ private slots:
             fixture().choose(DialogFixture::Wand);
             fixture().click("set_origin_cog_button");
             fixture().typeValue("body_pos_xyzWidget", 0, QStringLiteral("12"));
-            fixture().host.clearRecords();
+            host().clearRecords();
             const QStringList enabled = fixture().enabledControls();
             const InstalledTranslator installed(&translator);
             settle();
             QCOMPARE(fixture().enabledControls(), enabled);
-            QCOMPARE(fixture().host.transcript, QStringList());
+            QCOMPARE(host().transcript, QStringList());
             QVERIFY(fixture().boxes.isEmpty());
             QCOMPARE(fixture().child<QComboBox>("body_name")->currentIndex(),
                      int(DialogFixture::Wand));
@@ -512,8 +499,8 @@ private slots:
     {
         LongerTexts translator;
         // All distances are equal.
-        fixture().host.addBody("standard", 2, "", true, "tt_std",
-                               {{40, 40, 40}, {40, -40, -40}, {-40, 40, -40}, {-40, -40, 40}});
+        host().addBody("standard", 2, "", true, "tt_std",
+                       {{40, 40, 40}, {40, -40, -40}, {-40, 40, -40}, {-40, -40, 40}});
         fixture().session([&] {
             fixture().choose(DialogFixture::Plain);
             dialog()->on_pushButton_due_to_body_clicked();

@@ -1,8 +1,9 @@
-#include "DialogFixture.h"
+#include "DialogTest.h"
 
 #include <dialog/BodyAdjustmentDialog.h>
 #include <model/abcBody.h>
 #include <model/abcMarker.h>
+#include <tests/support/EventCounter.h>
 #include <tests/support/TestMain.h>
 #include <view/GLCanvas.h>
 #include <widgets/bsDoubleWidget.h>
@@ -11,7 +12,6 @@
 #include <QAbstractItemView>
 #include <QAbstractSpinBox>
 #include <QApplication>
-#include <QCheckBox>
 #include <QComboBox>
 #include <QDoubleSpinBox>
 #include <QLabel>
@@ -37,27 +37,6 @@ namespace {
 const QByteArray kModule = "BodyAdjustmentModule";
 const QByteArray kRequest = "OpenBodyAdjustmentDialog";
 
-/// Counts the events of one type that a widget gets.
-class EventCounter : public QObject {
-public:
-    EventCounter(QWidget *widget, QEvent::Type type)
-        : m_type(type)
-    {
-        widget->installEventFilter(this);
-    }
-    int count = 0;
-
-protected:
-    bool eventFilter(QObject *watched, QEvent *event) override
-    {
-        count += event->type() == m_type ? 1 : 0;
-        return QObject::eventFilter(watched, event);
-    }
-
-private:
-    QEvent::Type m_type;
-};
-
 /// A host in which the module that gets its dialog back asks for the next body at once.
 class AskingHost : public FakeHost {
 public:
@@ -74,16 +53,11 @@ public:
 
 } // namespace
 
-class TestDialogMessages : public QObject {
+class TestDialogMessages : public DialogTest {
     Q_OBJECT
 
 private:
-    std::unique_ptr<DialogFixture> m_fixture;
-    DialogFixture &fixture() { return *m_fixture; }
-    FakeHost &host() { return m_fixture->host; }
-    GLCanvas *canvas() { return m_fixture->canvas(); }
-    BodyAdjustmentDialog *dialog() { return m_fixture->dialog.get(); }
-    QComboBox *list() { return m_fixture->child<QComboBox>("body_name"); }
+    QComboBox *list() { return fixture().child<QComboBox>("body_name"); }
 
     void send(const QByteArray &sender, const QByteArray &text)
     {
@@ -105,15 +79,7 @@ private:
     /// Waits until the dialog is up, which opens in an event loop of its own.
     void whenOpen(const std::function<void()> &script)
     {
-        auto *timer = new QTimer(&fixture());
-        connect(timer, &QTimer::timeout, this, [=] {
-            if (!dialog() || !dialog()->isVisible())
-                return;
-            timer->stop();
-            timer->deleteLater();
-            script();
-        });
-        timer->start(1);
+        runWhen([this] { return dialog() && dialog()->isVisible(); }, script);
     }
     /// The message box or dialog that is open above the dialog, or the menu or list if that is the
     /// window meant; null: none.
@@ -126,15 +92,7 @@ private:
     }
     void whenOpenAbove(const QString &window, const std::function<void()> &script)
     {
-        auto *timer = new QTimer(&fixture());
-        connect(timer, &QTimer::timeout, this, [=] {
-            if (!openAbove(window))
-                return;
-            timer->stop();
-            timer->deleteLater();
-            script();
-        });
-        timer->start(5);
+        runWhen([this, window] { return openAbove(window) != nullptr; }, script);
     }
 
     void addWindowRows()
@@ -188,7 +146,7 @@ private:
             else
                 fixture().click("pushButton_deleteMarker");
         } else if (window == QLatin1String("unknown type")) {
-            fixture().child<QCheckBox>("online_checkbox")->click();
+            goOnline();
             list()->setItemData(DialogFixture::Plain, QStringLiteral("target|2|calibrated|tt_std"));
             host().hook =
                 [](const FakeHost::Exchange &exchange) -> std::optional<FakeHost::Answer> {
@@ -247,9 +205,6 @@ private:
     }
 
 private slots:
-    void init() { m_fixture = std::make_unique<DialogFixture>(); }
-    void cleanup() { m_fixture.reset(); }
-
     // Other threads -------------------------------------------------------------------------------
 
     void aRequestFromAnotherThreadOpensTheDialogOnItsOwn_data()
@@ -365,10 +320,7 @@ private slots:
             canvas()->select(canvas()->body().markers().at(4));
             // One more value is half typed.
             fixture().typeValue("body_ori_xyzWidget", 2, "3");
-            auto *field = fixture()
-                              .child<QWidget>("body_ori_xyzWidget")
-                              ->findChildren<QDoubleSpinBox *>()
-                              .at(2);
+            auto *field = spinBox("body_ori_xyzWidget", 2);
             const QString typed = field->text();
             const QStringList enabled = fixture().enabledControls();
             host().clearRecords();
@@ -787,7 +739,7 @@ private slots:
             QVERIFY(!fixture().dialog);
             QCOMPARE(fixture().boxes.size(), 1);
         });
-        QCOMPARE(host().transcript.filter("quorel2 body transform").size(), 1);
+        QCOMPARE(transforms().size(), 1);
         QVERIFY(host().requesters.isEmpty());
     }
 

@@ -1,4 +1,4 @@
-#include "DialogFixture.h"
+#include "DialogTest.h"
 
 #include <dialog/BodyAdjustmentDialog.h>
 #include <tests/support/TestMain.h>
@@ -22,13 +22,10 @@
 
 /// What the windowing system sends, context-menu events included: the mouse works on the window,
 /// not on a widget.
-class TestDialogMouse : public QObject {
+class TestDialogMouse : public DialogTest {
     Q_OBJECT
 
 private:
-    std::unique_ptr<DialogFixture> m_fixture;
-    DialogFixture &fixture() { return *m_fixture; }
-    GLCanvas *canvas() { return fixture().canvas(); }
     QLabel *errorLabel() { return fixture().child<QLabel>("error_label"); }
 
     static QWindow *windowOf(QWidget *widget)
@@ -68,9 +65,6 @@ private:
     }
 
 private slots:
-    void init() { m_fixture = std::make_unique<DialogFixture>(); }
-    void cleanup() { m_fixture.reset(); }
-
     void aRightClickOnTheViewOpensItsMenuAndNoOther()
     {
         fixture().session([&] {
@@ -192,8 +186,8 @@ private slots:
     void whatWentWrongWithABodyIsNotToldOfAnother()
     {
         QFETCH(int, next);
-        fixture().host.addBody("standard", 2, "", true, "tt_std",
-                               {{1, 1, 1}, {1, -1, -1}, {-1, 1, -1}, {-1, -1, 1}});
+        host().addBody("standard", 2, "", true, "tt_std",
+                       {{1, 1, 1}, {1, -1, -1}, {-1, 1, -1}, {-1, -1, 1}});
         fixture().session([&] {
             fixture().choose(DialogFixture::Plain);
             fixture().child<QPushButton>("pushButton_due_to_body")->click();
@@ -232,12 +226,10 @@ private slots:
         QFETCH(QString, told);
         fixture().session([&] {
             fixture().choose(DialogFixture::Wand);
-            fixture().child<QCheckBox>("online_checkbox")->click();
+            goOnline();
             for (const QByteArray &quality : qAsConst(qualities)) {
-                fixture().host.deliver("6d",
-                                       "6d 1 [0 " + quality +
-                                           "][1 2 3 0 0 0][0.0 1.0 0.0 -1.0 0.0 0.0 0.0 0.0 1.0]");
-                fixture().dialog->update_track();
+                host().deliver("6d", bodyLine(0, quality));
+                dialog()->update_track();
             }
             for (const char *button : {"adjust_axes_to_room_button", "pushButton_due_to_room",
                                        "pushButton_due_to_room_0"}) {

@@ -1,10 +1,11 @@
-#include "DialogFixture.h"
+#include "DialogTest.h"
 
 #include <dialog/BodyAdjustmentDialog.h>
 #include <model/abcBody.h>
 #include <model/abcLine.h>
 #include <model/abcMarker.h>
 #include <tests/model/GeometryOracle.h>
+#include <tests/support/EventCounter.h>
 #include <tests/support/TestMain.h>
 #include <tests/view/CanvasFixture.h>
 #include <view/GLCanvas.h>
@@ -116,18 +117,6 @@ QByteArray trackedLine(int id, const Eigen::Matrix3d &rotation)
     return line + "]";
 }
 
-/// The numbers of a transform command as a transform.
-Eigen::Matrix4d transformOf(const QString &command)
-{
-    const QStringList words = command.split(QLatin1Char(' '));
-    Eigen::Matrix4d transform = Eigen::Matrix4d::Identity();
-    for (int i = 0; i < 3; ++i)
-        transform(i, 3) = words.at(5 + i).toDouble();
-    for (int i = 0; i < 9; ++i)
-        transform(i % 3, i / 3) = words.at(8 + i).toDouble();
-    return transform;
-}
-
 void sendMouse(QWidget *widget, QEvent::Type type, const QPoint &position, Qt::MouseButton button,
                Qt::KeyboardModifiers modifiers)
 {
@@ -185,23 +174,12 @@ private:
 
 } // namespace
 
-class TestDialogOperations : public QObject {
+class TestDialogOperations : public DialogTest {
     Q_OBJECT
 
 private:
-    std::unique_ptr<DialogFixture> m_fixture;
-    DialogFixture &fixture() { return *m_fixture; }
-    FakeHost &host() { return m_fixture->host; }
-    GLCanvas *canvas() { return m_fixture->canvas(); }
-    BodyAdjustmentDialog *dialog() { return m_fixture->dialog.get(); }
     const abcBody &body() { return canvas()->body(); }
     Eigen::Matrix4d base() { return Oracle::matrix(body().baseMatrix()); }
-    QStringList transforms() { return host().transcript.filter("quorel2 body transform"); }
-    QDoubleSpinBox *spinBox(const char *group, int component)
-    {
-        return fixture().child<QWidget>(group)->findChildren<QDoubleSpinBox *>().at(component);
-    }
-    void goOnline() { fixture().child<QCheckBox>("online_checkbox")->click(); }
 
     /// Where a point of the stored frame is seen from the initial camera.
     QPoint place(const Eigen::Vector3d &point)
@@ -363,9 +341,6 @@ private:
     }
 
 private slots:
-    void init() { m_fixture = std::make_unique<DialogFixture>(); }
-    void cleanup() { m_fixture.reset(); }
-
     // An axis through two markers -----------------------------------------------------------------
 
     void anAxisIsLaidThroughTheTwoChosenMarkers_data()
@@ -414,7 +389,7 @@ private slots:
 
             fixture().click("apply_button");
             QCOMPARE(transforms().size(), 1);
-            const Eigen::Matrix4d written = transformOf(transforms().first());
+            const Eigen::Matrix4d written = Oracle::matrix(transformOf(transforms().first()));
             QVERIFY((written - after.inverse()).cwiseAbs().maxCoeff() < 6e-4);
             const QVector<bsVector> stored = host().markers("standard", 1);
             // The axis is what it was asked to be, in the markers that the controller now has.
@@ -609,7 +584,7 @@ private slots:
                                       &BodyAdjustmentDialog::on_pushButton_due_to_room_clicked,
                                       &BodyAdjustmentDialog::on_pushButton_due_to_room_0_clicked}) {
                 error->clear();
-                (fixture().dialog.get()->*preset)();
+                (dialog()->*preset)();
                 QCOMPARE(error->text(), QStringLiteral("No body is shown."));
                 QVERIFY(!fixture().isEnabled("apply_button"));
             }
@@ -620,10 +595,10 @@ private slots:
     {
         fixture().session([&] {
             fixture().choose(DialogFixture::Wand);
-            fixture().dialog->on_pushButton_due_to_room_clicked();
+            dialog()->on_pushButton_due_to_room_clicked();
             QCOMPARE(body().undoCount(), 1);
             QVERIFY(!fixture().child<QLabel>("error_label")->isVisible());
-            fixture().dialog->on_adjust_axes_to_room_button_clicked();
+            dialog()->on_adjust_axes_to_room_button_clicked();
             QCOMPARE(body().undoCount(), 1);
         });
     }
@@ -862,7 +837,7 @@ private slots:
             }
             QVERIFY(poll && poll->isActive());
             KeptPicture picture(canvas());
-            PaintCounter events(*canvas());
+            EventCounter events(canvas(), QEvent::Paint);
             int ticks = 0;
             int repainted = 0;
             picture.spoil();

@@ -1,10 +1,9 @@
-#include "DialogFixture.h"
+#include "DialogTest.h"
 
 #include <dialog/BodyAdjustmentDialog.h>
 #include <tests/support/TestMain.h>
 #include <widgets/bsDoubleWidget.h>
 
-#include <QCheckBox>
 #include <QComboBox>
 #include <QtTest>
 
@@ -127,12 +126,6 @@ QString twoDigits(int number)
 QStringList when(bool condition, const QStringList &lines)
 {
     return condition ? lines : QStringList();
-}
-
-/// An unset sign of zero means nothing; it is left open where several transforms are multiplied.
-QStringList withPlainZeros(QStringList lines)
-{
-    return lines.replaceInStrings(" -0.000", " 0.000");
 }
 
 // What is exchanged -------------------------------------------------------------------------------
@@ -285,13 +278,10 @@ QStringList writingBack(const Controller &c, const QString &body, const Markers 
 Q_DECLARE_METATYPE(Controller)
 Q_DECLARE_METATYPE(Version)
 
-class TestDialogTranscripts : public QObject {
+class TestDialogTranscripts : public DialogTest {
     Q_OBJECT
 
 private:
-    std::unique_ptr<DialogFixture> m_fixture;
-    DialogFixture &fixture() { return *m_fixture; }
-    FakeHost &host() { return m_fixture->host; }
     QStringList journal() { return host().takeJournal(); }
 
     void prepare(const Controller &c)
@@ -341,12 +331,6 @@ private:
         setVersion(version);
         return c;
     }
-    void press(const char *button)
-    {
-        auto *widget = fixture().child<QAbstractButton>(button);
-        QVERIFY2(widget->isEnabled(), button);
-        widget->click();
-    }
     void move(int component, double byMm)
     {
         fixture().changeValue("body_pos_xyzWidget", component, byMm);
@@ -361,14 +345,12 @@ private:
     {
         fixture().boxes.clear();
         fixture().answers = answers;
-        fixture().dialog->reject();
+        dialog()->reject();
         QCOMPARE(fixture().boxes.size(), answers.size());
     }
 
 private slots:
     void initTestCase() { dropWindowlessWarnings(); }
-    void init() { m_fixture = std::make_unique<DialogFixture>(); }
-    void cleanup() { m_fixture.reset(); }
 
     // Versions ------------------------------------------------------------------------------------
 
@@ -406,7 +388,7 @@ private slots:
             } else {
                 fixture().selectMarker(2);
                 QVERIFY(!fixture().isEnabled("pushButton_deleteMarker"));
-                QTest::keyClick(fixture().dialog.get(), Qt::Key_Delete);
+                QTest::keyClick(dialog(), Qt::Key_Delete);
                 QCOMPARE(journal(), QStringList());
             }
             fixture().choose(DialogFixture::Probe);
@@ -728,7 +710,7 @@ private slots:
         prepare(controller);
         fixture().quickSession([&] {
             journal();
-            fixture().dialog->hide();
+            dialog()->hide();
             QCOMPARE(journal(), stopOfMeasurement(controller) + unsubscribing(controller));
         });
         // Whoever hides the dialog ends it: the user's settings come back.
@@ -746,7 +728,7 @@ private slots:
                 if (chosen)
                     fixture().choose(DialogFixture::SpareProbe);
                 QCOMPARE(journal(), when(chosen, loading("vimbar b02", 5)));
-                fixture().dialog->hide();
+                dialog()->hide();
                 QCOMPARE(journal(), stopOfMeasurement(c) + unsubscribing(c));
             });
             QCOMPARE(journal(), restoring(c));
@@ -838,12 +820,12 @@ private slots:
             press("undo_button");
             press("redo_button");
             press("reset_view_button");
-            fixture().child<QCheckBox>("online_checkbox")->click();
+            goOnline();
             host().deliver("6d", "6d 1 [0 1.0][1 2 3][1 0 0 0 1 0 0 0 1]");
-            fixture().dialog->update_track();
+            dialog()->update_track();
             press("adjust_axes_to_room_button");
-            fixture().dialog->toggled_switch_view();
-            fixture().dialog->toggled_switch_view();
+            dialog()->toggled_switch_view();
+            dialog()->toggled_switch_view();
             QCOMPARE(journal(), QStringList());
             fixture().answers = {QMessageBox::No};
             fixture().choose(DialogFixture::Plain);
@@ -963,7 +945,7 @@ private slots:
             journal();
             press("ok_button");
             QCOMPARE(journal(), closing(c));
-            fixture().dialog->on_ok_button_clicked();
+            dialog()->on_ok_button_clicked();
             QCOMPARE(journal(),
                      (QStringList{"get status active", "set tracking reference standard 02"}));
         });
@@ -1055,7 +1037,7 @@ private slots:
             deleteMarker(2);
             journal();
             cancel({QMessageBox::No});
-            QVERIFY(fixture().dialog->isVisible());
+            QVERIFY(dialog()->isVisible());
             QCOMPARE(journal(), writingBack(c, "standard b01", movedWandMarkers()));
             // They are there again.
             cancel({QMessageBox::No});
@@ -1167,7 +1149,7 @@ private slots:
             journal();
             fixture().selectMarker(0);
             QVERIFY(!fixture().isEnabled("pushButton_deleteMarker"));
-            QTest::keyClick(fixture().dialog.get(), Qt::Key_Delete);
+            QTest::keyClick(dialog(), Qt::Key_Delete);
             QVERIFY(fixture().boxes.isEmpty());
             QCOMPARE(journal(), QStringList());
             cancel();
@@ -1761,7 +1743,7 @@ private slots:
         prepare(c);
         fixture().quickRequestedSession("Calibration", "standard|1", [&] {
             journal();
-            fixture().dialog->hide();
+            dialog()->hide();
         });
         QCOMPARE(journal(), stopOfMeasurement(c) + unsubscribing(c) +
                                 QStringList{"post Calibration BodyAdjustmentModule 1 reopen"});

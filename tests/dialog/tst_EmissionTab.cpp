@@ -1,4 +1,4 @@
-#include "DialogFixture.h"
+#include "DialogTest.h"
 
 #include <dialog/BodyAdjustmentDialog.h>
 #include <model/abcBody.h>
@@ -13,7 +13,6 @@
 #include <QLocale>
 #include <QPushButton>
 #include <QRegularExpression>
-#include <QTimer>
 #include <QtTest>
 
 #include <Eigen/Dense>
@@ -29,27 +28,10 @@ const char *const kComponents[] = {"ex", "ey", "ez"};
 } // namespace
 
 /// The tab is taken out of the form; its fields still work.
-class TestEmissionTab : public QObject {
+class TestEmissionTab : public DialogTest {
     Q_OBJECT
 
 private:
-    std::unique_ptr<DialogFixture> m_fixture;
-    DialogFixture &fixture() { return *m_fixture; }
-    FakeHost &host() { return m_fixture->host; }
-    GLCanvas *canvas() { return m_fixture->canvas(); }
-
-    void work(const std::function<void()> &script)
-    {
-        if (!fixture().dialog)
-            fixture().makeDialog();
-        QTimer::singleShot(0, this, [&] {
-            script();
-            fixture().answers = {QMessageBox::Yes};
-            fixture().dialog->reject();
-            fixture().answers.clear();
-        });
-        fixture().dialog->update_and_exec();
-    }
     QDoubleSpinBox *field(const char *component)
     {
         const QByteArray name = QByteArray("doubleSpinBox_") + component;
@@ -86,8 +68,6 @@ private:
 
 private slots:
     void initTestCase() { dropWindowlessWarnings(); }
-    void init() { m_fixture = std::make_unique<DialogFixture>(); }
-    void cleanup() { m_fixture.reset(); }
 
     void eachFieldAloneReachesTheMarkersAtOnce_data()
     {
@@ -109,7 +89,7 @@ private slots:
         QFETCH(QByteArray, component);
         QFETCH(QStringList, expectedLabels);
         QFETCH(Emission, expected);
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             QCOMPARE(labels(), (QStringList{"1.00", "1.00", "1.00"}));
             field(component.constData())->setValue(2.5);
@@ -125,11 +105,10 @@ private slots:
 
     void theSlotsTakeTheFieldsAndNotTheirArgument()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             field("ey")->setValue(4.0);
             field("alpha")->setValue(33.25);
-            BodyAdjustmentDialog *dialog = fixture().dialog.get();
             const QVector<void (BodyAdjustmentDialog::*)(double)> slotsOfTheFields = {
                 &BodyAdjustmentDialog::on_doubleSpinBox_ex_valueChanged,
                 &BodyAdjustmentDialog::on_doubleSpinBox_ey_valueChanged,
@@ -137,7 +116,7 @@ private slots:
                 &BodyAdjustmentDialog::on_doubleSpinBox_alpha_valueChanged};
             for (const auto slot : slotsOfTheFields) {
                 canvas()->setAllEmissions(0.0, 0.0, 0.0, 0.0);
-                (dialog->*slot)(99.0);
+                (dialog()->*slot)(99.0);
                 QCOMPARE(direction(), Eigen::Vector3d(0, 1, 0));
                 QCOMPARE(emission().angleDeg, 33.25);
                 QCOMPARE(labels(), (QStringList{"0.000", "1.000", "0.000"}));
@@ -149,7 +128,7 @@ private slots:
     {
         std::mt19937 random(testSeed());
         std::uniform_real_distribution<double> number(-1000.0, 1000.0);
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             for (int i = 0; i < 100; ++i) {
                 const double scale = i % 2 ? 1.0 : 0.001;
@@ -170,7 +149,7 @@ private slots:
     {
         const QLocale before;
         QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             for (const char *component : kComponents)
                 field(component)->setValue(1.0);
@@ -181,7 +160,7 @@ private slots:
 
     void withoutABodyThereIsOnlyTheTextOfTheLabels()
     {
-        work([&] {
+        fixture().quickSession([&] {
             host().clearRecords();
             field("ex")->setValue(3.0);
             field("ez")->setValue(4.0);
@@ -197,7 +176,7 @@ private slots:
 
     void whatIsWrittenBackIsWhatWasRead()
     {
-        work([&] {
+        fixture().quickSession([&] {
             fixture().choose(DialogFixture::Wand);
             field("ex")->setValue(1.0);
             field("alpha")->setValue(12.0);

@@ -1,4 +1,5 @@
 #include <dialog/MarkerDeletions.h>
+#include <tests/model/GeometryOracle.h>
 #include <tests/support/TestMain.h>
 
 #include <QtTest>
@@ -13,21 +14,9 @@ namespace {
 const BodyIdentity kWand = {QStringLiteral("standard"), 0, 0};
 const BodyIdentity kProbe = {QStringLiteral("vimbar"), 0, 5};
 
-Eigen::Vector3d toEigen(const bsVector &v)
-{
-    return Eigen::Vector3d(v.x, v.y, v.z);
-}
-
 Eigen::Vector3d directionOf(const Emission &emission)
 {
     return Eigen::Vector3d(emission.x, emission.y, emission.z);
-}
-
-bsMatrix toMatrix(const Eigen::Isometry3d &transform)
-{
-    bsMatrix matrix;
-    Eigen::Map<Eigen::Matrix4d>(matrix.m) = transform.matrix();
-    return matrix;
 }
 
 /// Markers that tell by their coordinates which list and which marker they are.
@@ -75,8 +64,8 @@ void compareMapped(const MarkerList &actual, const MarkerList &original,
     QCOMPARE(actual.positions.size(), original.positions.size());
     QCOMPARE(actual.emissions.size(), original.emissions.size());
     for (int i = 0; i < original.positions.size(); ++i) {
-        const Eigen::Vector3d expected = transform * toEigen(original.positions.at(i));
-        QVERIFY((toEigen(actual.positions.at(i)) - expected).norm() < 1e-9);
+        const Eigen::Vector3d expected = transform * Oracle::vector(original.positions.at(i));
+        QVERIFY((Oracle::vector(actual.positions.at(i)) - expected).norm() < 1e-9);
     }
     for (int i = 0; i < original.emissions.size(); ++i) {
         const Eigen::Vector3d expected =
@@ -408,7 +397,7 @@ private slots:
         MarkerList list = listOf(5, 12.5);
         list.emissions.append(Emission());
         const MarkerList original = list;
-        list.transform(toMatrix(transform));
+        list.transform(Oracle::matrix(transform.matrix()));
         compareMapped(list, original, transform);
         // A direction that is none stays none.
         QCOMPARE(directionOf(list.emissions.last()).norm(), 0.0);
@@ -423,10 +412,10 @@ private slots:
         MarkerDeletions deletions;
         deletions.add(kProbe, listOf(5, 4), 0);
         deletions.add(kWand, listOf(8, 1), 7);
-        deletions.carryAlong(kWand, toMatrix(first));
+        deletions.carryAlong(kWand, Oracle::matrix(first.matrix()));
         // What is deleted now is given in the frame that the body has now.
         deletions.add(kWand, listOf(7, 2), 6);
-        deletions.carryAlong(kWand, toMatrix(second));
+        deletions.carryAlong(kWand, Oracle::matrix(second.matrix()));
         deletions.add(kWand, listOf(6, 3), 5);
 
         compareMapped(deletions.markersAtOpening(kWand), listOf(8, 1), second * first);
@@ -439,7 +428,7 @@ private slots:
         QCOMPARE(deletions.pendingMarker(kWand), 7);
 
         // Also while nothing is left to undo.
-        deletions.carryAlong(kWand, toMatrix(first));
+        deletions.carryAlong(kWand, Oracle::matrix(first.matrix()));
         compareMapped(deletions.markersAtOpening(kWand), listOf(8, 1), first * second * first);
     }
 
@@ -517,7 +506,7 @@ private slots:
                     const Eigen::Isometry3d transform = turnAndMove(
                         below(360), Eigen::Vector3d(1 + below(9), below(9) - 4, below(9) - 4),
                         Eigen::Vector3d(below(99), below(99), below(99)));
-                    deletions.carryAlong(body.identity, toMatrix(transform));
+                    deletions.carryAlong(body.identity, Oracle::matrix(transform.matrix()));
                     body.sinceOpening = transform * body.sinceOpening;
                     for (Step &done : body.done)
                         done.since = transform * done.since;

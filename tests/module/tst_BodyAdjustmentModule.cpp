@@ -466,10 +466,12 @@ private slots:
 
     void shutdownAndCleanupAreSafeWithoutADialog()
     {
+        configure();
         m_module->shutdown();
         m_module->cleanup();
         m_module->cleanup();
         m_module->shutdown();
+        QCOMPARE(m_host->journal, QStringList());
     }
 
     void afterCleanupTheModuleCanBeInstalledAgain()

@@ -143,8 +143,14 @@ void TranscriptTest::aFileThatCannotBeWrittenIsTold()
 
 void TranscriptTest::withoutAFileNothingHappens()
 {
+    QTemporaryDir folder;
+    const QString fileName = folder.filePath(QStringLiteral("transcript.txt"));
     Transcript transcript;
     transcript.add(exchange("a", "b"));
+    // Nor is it kept for the file that comes later.
+    QString error;
+    QVERIFY(transcript.open(fileName, &error));
+    QCOMPARE(content(fileName), QByteArray());
 }
 
 QUOREL2_TEST_MAIN(TranscriptTest)

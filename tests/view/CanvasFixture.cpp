@@ -1,6 +1,7 @@
 #include "CanvasFixture.h"
 
 #include <model/abcBody.h>
+#include <tests/support/EventCounter.h>
 
 #include <QCoreApplication>
 #include <QDir>
@@ -88,7 +89,7 @@ bool showCanvas(GLCanvas &canvas, const QSize &size)
 {
     canvas.setSuspended(false);
     canvas.resize(size);
-    PaintCounter paints(canvas);
+    EventCounter paints(&canvas, QEvent::Paint);
     canvas.show();
     return QTest::qWaitForWindowExposed(&canvas) &&
            QTest::qWaitFor([&] { return paints.count > 0 && canvas.size() == size; });
@@ -212,16 +213,4 @@ void CountedCanvas::paintGL()
 {
     ++frames;
     GLCanvas::paintGL();
-}
-
-PaintCounter::PaintCounter(QWidget &widget)
-{
-    widget.installEventFilter(this);
-}
-
-bool PaintCounter::eventFilter(QObject *watched, QEvent *event)
-{
-    if (event->type() == QEvent::Paint)
-        ++count;
-    return QObject::eventFilter(watched, event);
 }

@@ -2,7 +2,6 @@
 
 #include <view/GLCanvas.h>
 
-#include <QEvent>
 #include <QImage>
 #include <QPoint>
 #include <QPointF>
@@ -82,16 +81,4 @@ public:
 
 protected:
     void paintGL() override;
-};
-
-/// Counts the paint events that a widget gets.
-class PaintCounter : public QObject {
-    Q_OBJECT
-
-public:
-    explicit PaintCounter(QWidget &widget);
-    int count = 0;
-
-protected:
-    bool eventFilter(QObject *watched, QEvent *event) override;
 };

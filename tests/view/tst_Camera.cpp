@@ -1,3 +1,4 @@
+#include <tests/model/GeometryOracle.h>
 #include <tests/support/TestMain.h>
 #include <view/Camera.h>
 
@@ -28,13 +29,6 @@ Eigen::Matrix4d pose(const Eigen::Matrix3d &rotation, double x, double y, double
     Eigen::Matrix4d matrix = Eigen::Matrix4d::Identity();
     matrix.topLeftCorner<3, 3>() = rotation;
     matrix.topRightCorner<3, 1>() = Eigen::Vector3d(x, y, z);
-    return matrix;
-}
-
-bsMatrix toMatrix(const Eigen::Matrix4d &source)
-{
-    bsMatrix matrix;
-    Eigen::Map<Eigen::Matrix4d>(matrix.m) = source;
     return matrix;
 }
 
@@ -158,7 +152,7 @@ void tst_Camera::setOrientationStoresAtOnce()
     Camera camera;
     camera.translate(1.0, 2.0, 3.0);
     const Eigen::Matrix3d rotation = turn(15.0, -25.0, 35.0);
-    camera.setOrientation(toMatrix(pose(rotation, 77.0, 88.0, 99.0)));
+    camera.setOrientation(Oracle::matrix(pose(rotation, 77.0, 88.0, 99.0)));
     QVERIFY(isClose(matrixOf(camera.view()), pose(rotation, 1.0, 2.0, -297.0)));
     QVERIFY(isClose(matrixOf(camera.savedView()), matrixOf(camera.view())));
 }
@@ -176,7 +170,7 @@ void tst_Camera::setViewStoresAtOnce()
 {
     Camera camera;
     const Eigen::Matrix4d wanted = pose(turn(-10.0, 60.0, 5.0), 1.0, -2.0, -123.0);
-    camera.setView(bsPose::fromMatrix(toMatrix(wanted), 0.0));
+    camera.setView(bsPose::fromMatrix(Oracle::matrix(wanted), 0.0));
     QVERIFY(isClose(matrixOf(camera.view()), wanted));
     QVERIFY(isClose(matrixOf(camera.savedView()), wanted));
 }
@@ -184,9 +178,9 @@ void tst_Camera::setViewStoresAtOnce()
 void tst_Camera::transformMultipliesFromTheRightAndStores()
 {
     Camera camera;
-    camera.setOrientation(toMatrix(pose(turn(30.0, 0.0, 0.0), 0.0, 0.0, 0.0)));
+    camera.setOrientation(Oracle::matrix(pose(turn(30.0, 0.0, 0.0), 0.0, 0.0, 0.0)));
     const Eigen::Matrix4d step = pose(turn(0.0, 40.0, 10.0), 5.0, 6.0, 7.0);
-    camera.transform(toMatrix(step));
+    camera.transform(Oracle::matrix(step));
     const Eigen::Matrix4d wanted = pose(turn(30.0, 0.0, 0.0), 0.0, 0.0, -300.0) * step;
     QVERIFY(isClose(matrixOf(camera.view()), wanted));
     QVERIFY(isClose(matrixOf(camera.savedView()), wanted));
@@ -196,14 +190,14 @@ void tst_Camera::eachModeKeepsItsOwnCamera()
 {
     Camera camera;
     camera.setPosition(bsVector(1.0, 2.0, -100.0));
-    camera.setOrientation(toMatrix(pose(turn(25.0, 35.0, 45.0), 0.0, 0.0, 0.0)));
+    camera.setOrientation(Oracle::matrix(pose(turn(25.0, 35.0, 45.0), 0.0, 0.0, 0.0)));
     const Eigen::Matrix4d offline = matrixOf(camera.view());
 
     camera.setOnline(true);
     QVERIFY(camera.isOnline());
     QVERIFY(isClose(matrixOf(camera.view()), kInitial));
     camera.setPosition(bsVector(0.0, 0.0, -900.0));
-    camera.setOrientation(toMatrix(pose(turn(0.0, 0.0, 80.0), 0.0, 0.0, 0.0)));
+    camera.setOrientation(Oracle::matrix(pose(turn(0.0, 0.0, 80.0), 0.0, 0.0, 0.0)));
     const Eigen::Matrix4d online = matrixOf(camera.view());
 
     camera.setOnline(false);
@@ -289,10 +283,10 @@ void tst_Camera::halfTurnsByMatrixAreTaken()
         const Eigen::Vector3d axis = Eigen::Vector3d(i - 100.0, 50.0, 7.0).normalized();
         const Eigen::Matrix3d halfTurn = Eigen::AngleAxisd(M_PI, axis).toRotationMatrix();
         Camera camera;
-        camera.setOrientation(toMatrix(pose(halfTurn, 0.0, 0.0, 0.0)));
+        camera.setOrientation(Oracle::matrix(pose(halfTurn, 0.0, 0.0, 0.0)));
         QVERIFY((matrixOf(camera.view()).topLeftCorner<3, 3>() - halfTurn).norm() < 1e-6);
-        camera.setOrientation(toMatrix(pose(start, 0.0, 0.0, 0.0)));
-        camera.transform(toMatrix(pose(start.transpose() * halfTurn, 0.0, 0.0, 0.0)));
+        camera.setOrientation(Oracle::matrix(pose(start, 0.0, 0.0, 0.0)));
+        camera.transform(Oracle::matrix(pose(start.transpose() * halfTurn, 0.0, 0.0, 0.0)));
         QVERIFY((matrixOf(camera.view()).topLeftCorner<3, 3>() - halfTurn).norm() < 1e-6);
     }
 }

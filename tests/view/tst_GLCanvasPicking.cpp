@@ -2,6 +2,7 @@
 
 #include <model/abcLine.h>
 #include <model/abcMarker.h>
+#include <tests/support/EventCounter.h>
 #include <tests/support/TestMain.h>
 
 #include <QRandomGenerator>
@@ -375,7 +376,7 @@ void tst_GLCanvasPicking::everyMarkerIsHitInsideAWindow()
     window.resize(600, 500);
     window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&window));
-    PaintCounter paints(*canvas);
+    EventCounter paints(canvas, QEvent::Paint);
     canvas->update();
     QTRY_VERIFY(paints.count > 0);
     Projection projection(canvas->size());

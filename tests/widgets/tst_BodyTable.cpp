@@ -1,6 +1,7 @@
 #include "FormChecks.h"
 
 #include <model/abcMarker.h>
+#include <tests/support/EventCounter.h>
 #include <tests/support/TestMain.h>
 #include <widgets/BodyTable.h>
 #include <widgets/VexTableWidget02.h>
@@ -558,25 +559,14 @@ void tst_BodyTable::rightPressOpensTheMenuUnderThePointer()
 void tst_BodyTable::rightPressAsksTheWindowForNoMenu()
 {
     // A dialog would answer with its "What's This?".
-    class Counter : public QObject {
-    public:
-        int asked = 0;
-        bool eventFilter(QObject *, QEvent *event) override
-        {
-            if (event->type() == QEvent::ContextMenu)
-                ++asked;
-            return false;
-        }
-    };
-    Counter counter;
-    m_window->installEventFilter(&counter);
+    const EventCounter asked(m_window.data(), QEvent::ContextMenu);
     m_table->showMarkers(twentyMarkers().mid(0, 2));
     show();
     press(data()->viewport(), QPoint(20, 20), Qt::RightButton);
     press(emissions()->viewport(), QPoint(20, 20), Qt::RightButton);
     press(label("label_emissions"), QPoint(5, 5), Qt::RightButton);
     press(m_table, QPoint(4, 4), Qt::RightButton);
-    QCOMPARE(counter.asked, 0);
+    QCOMPARE(asked.count, 0);
 }
 
 void tst_BodyTable::rightPressOpensNothing_data()
