@@ -1761,6 +1761,24 @@ private slots:
         QCOMPARE(journal(), QStringList{"unregister BodyAdjustmentModule"});
     }
 
+    void aProgramThatQuitsWhileTheDialogIsOpenLeavesTheControllerAsItWas()
+    {
+        Controller c;
+        c.multiUserAvailable = c.multiUser = c.headAvailable = c.head = true;
+        c.reference = "standard 02";
+        prepare(c);
+        fixture().makeDialog();
+        runWhen([] { return true; }, [&] { dialog()->update_and_exec(); });
+        runWhen([&] { return dialog()->isVisible(); },
+                [&] {
+                    journal();
+                    QCoreApplication::quit();
+                });
+        QCoreApplication::exec();
+        QVERIFY(!dialog()->isVisible());
+        QCOMPARE(journal(), stopOfMeasurement(c) + unsubscribing(c) + restoring(c));
+    }
+
     void anEndWhileTheDialogIsOpenRestoresTheController()
     {
         Controller c;
