@@ -437,8 +437,8 @@ private slots:
         fixture().session([&] {
             bool closed = false;
             whenModal<HelpDialog>([&](HelpDialog *window) {
-                pressKey(window, Qt::Key_X, Qt::AltModifier);
-                QTRY_VERIFY(!window->isVisible());
+                // A window manager that is late takes the focus away once more.
+                QTRY_VERIFY((pressKey(window, Qt::Key_X, Qt::AltModifier), !window->isVisible()));
                 closed = true;
             });
             pressKey(dialog(), Qt::Key_H, Qt::AltModifier);
