@@ -5,7 +5,7 @@
 
 /// The target type of a body whose markers can be seen from everywhere; also of every body of a
 /// controller that knows no others.
-constexpr QLatin1String kStandardTarget("tt_std");
+inline const QLatin1String kStandardTarget("tt_std");
 
 /// The controller may spell type keywords in any case.
 bool isStandardType(const QString &type);
