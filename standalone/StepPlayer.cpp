@@ -42,6 +42,10 @@ void StepPlayer::tick()
     const DemoStep &step = m_steps.at(m_step);
     switch (m_phase) {
     case Phase::Waiting:
+        if (step.leftOut && step.leftOut()) {
+            nextStep();
+            return;
+        }
         if (!step.ready || step.ready()) {
             m_acted = false;
             m_rounds = 0;
@@ -132,7 +136,7 @@ void StepPlayer::fail(const QString &problem)
     enter(Phase::Ended);
     const QImage picture = m_scene->grab().image;
     if (!picture.isNull())
-        picture.save(QDir(m_folder).filePath(QStringLiteral("failed.png")));
+        picture.save(QDir(m_folder).filePath(QLatin1String(kFailurePicture)));
     const QString windows = m_scene->openWindows();
     emit ended(windows.isEmpty() ? problem : tr("%1 Open windows: %2.").arg(problem, windows));
 }
