@@ -29,8 +29,7 @@ public:
 
     /// Brings everything up. A controller that cannot be reached is no error: it is tried again and
     /// again.
-    /// @return false and @p error set, in a sentence for the user, if the program cannot do its
-    /// work
+    /// @return false and @p error set, in a sentence for the user, if the program cannot work
     bool start(QString *error);
     /// Ends the module first, then the connection, then the simulated controller. To be called when
     /// the event loop has ended.

@@ -2,10 +2,10 @@
 
 #include <controller/ControllerServer.h>
 #include <controller/ControllerThread.h>
+#include <controller/QuitSignals.h>
 #include <standalone/Host.h>
 #include <standalone/LogView.h>
 #include <standalone/MainWindow.h>
-#include <standalone/QuitSignals.h>
 #include <tests/support/TestMain.h>
 
 #include <QApplication>
