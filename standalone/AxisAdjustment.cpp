@@ -16,6 +16,7 @@
 #include <QTableWidget>
 #include <QWindow>
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 
@@ -141,8 +142,13 @@ QVector<DemoStep> AxisAdjustment::chooseStillBody()
 
 bool AxisAdjustment::isJudged() const
 {
+    const BodyReports *reports = parts().reports;
+    const QVector<ListedBody> bodies = listedBodies();
     return (stillBody().index >= 0 && movingBody().index >= 0) ||
-           parts().reports->lineCount() >= kLinesToGiveUp;
+           reports->lineCount() >= kLinesToGiveUp ||
+           std::all_of(bodies.cbegin(), bodies.cend(), [reports](const ListedBody &body) {
+               return !body.isSuitable || reports->isJudged(body.number);
+           });
 }
 
 ListedBody AxisAdjustment::stillBody() const

@@ -60,12 +60,15 @@ signals:
     void ended(const QString &problem);
 
 private:
-    enum class Phase { Waiting, Acting, Settling, Picture, Ended };
+    enum class Phase { Waiting, Acting, Picture, Ended };
 
     void tick();
+    /// @return true if the next phase may follow in the same turn of the event loop
+    bool advance();
     void runAction();
     void enter(Phase phase);
-    void nextStep();
+    /// @return false after the last one
+    bool nextStep();
     void failLate();
     bool takePicture();
 

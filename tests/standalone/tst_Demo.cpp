@@ -18,7 +18,7 @@
 namespace {
 
 /// How long a step may take, where one is expected to fail for it.
-constexpr int kShortLimitMs = 5000;
+constexpr int kShortLimitMs = 3000;
 constexpr int kLimitMs = 60000;
 
 struct Outcome {
@@ -247,26 +247,15 @@ private slots:
         QVERIFY(!outcome.pictures.contains(QStringLiteral("failed.png")));
     }
 
-    void aMistakeIsFoundWhereThePartOfTheMovingBodyIsLeftOut_data()
-    {
-        QTest::addColumn<QByteArray>("fault");
-        QTest::addColumn<QString>("found");
-        QTest::newRow("the axis is not written")
-            << QByteArray("write")
-            << QStringLiteral("does not hold the expected definition of standard body 2");
-        QTest::newRow("the first body is changed once more")
-            << QByteArray("first")
-            << QStringLiteral("does not hold the expected definition of standard body 1");
-    }
-
     void aMistakeIsFoundWhereThePartOfTheMovingBodyIsLeftOut()
     {
-        QFETCH(QByteArray, fault);
-        QFETCH(QString, found);
-        qputenv("TEST_MODULE_FAULT", fault);
+        qputenv("TEST_MODULE_FAULT", "write");
         const Outcome outcome = play(scenarioOf(scenarioWith({"still", "still"})), kLimitMs);
-        QVERIFY2(outcome.report.contains(found), qPrintable(outcome.report));
+        QVERIFY2(outcome.report.contains(
+                     QStringLiteral("does not hold the expected definition of standard body 2")),
+                 qPrintable(outcome.report));
         QCOMPARE(outcome.exitCode, 1);
+        QVERIFY(!outcome.pictures.join(QLatin1Char(' ')).contains(QStringLiteral("online")));
     }
 };
 
