@@ -8,8 +8,7 @@ QByteArray numberText(double value, int decimals);
 
 /// Reads a plain decimal number ("-12", "3.5", ".5", "1e3") that is the whole text.
 /// @return false, with @p value unchanged, for anything else: blanks, hexadecimal digits, words
-/// such
-///         as "nan", numbers too large to be finite
+///         ("nan"), numbers too large to be finite
 bool parseNumber(const QByteArray &text, double *value);
 
 /// Reads a whole number of at most nine digits and no sign.
