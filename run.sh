@@ -63,5 +63,7 @@ if with_display "$host" "$@"; then
     say "Done: the controller holds the new definitions. Pictures and transcript are in $demo:"
     ls "$demo"
 else
+    # What is wrong with the options is told before the host makes the folder.
+    [[ -d $demo ]] || fail "The demo could not begin."
     fail "The demo did not reach its goal; what it did is in $demo."
 fi

@@ -321,23 +321,6 @@ QVector<Pattern> readPatterns()
     return patterns;
 }
 
-/// Whole numbers of at most nine digits and no sign.
-bool parseCount(const QByteArray &text, int *count)
-{
-    const bool isCount =
-        !text.isEmpty() && text.size() <= 9 &&
-        std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
-    if (isCount)
-        *count = text.toInt();
-    return isCount;
-}
-
-/// A letter and a number of at least two digits.
-bool parseIndex(const QByteArray &text, char letter, int *index)
-{
-    return text.size() >= 3 && text.at(0) == letter && parseCount(text.mid(1), index);
-}
-
 bool parseYesOrNo(const QByteArray &text, bool *yes)
 {
     *yes = text == "yes";

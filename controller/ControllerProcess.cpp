@@ -3,48 +3,16 @@
 #include "CommandTable.h"
 #include "ControllerServer.h"
 #include "ListenAddress.h"
+#include "QuitSignals.h"
 #include "Scenario.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
-#include <QSocketNotifier>
 
 #include <csignal>
 #include <cstdio>
 
-#include <sys/socket.h>
-#include <unistd.h>
-
 namespace {
-
-int signalSockets[2] = {-1, -1};
-
-extern "C" void noteSignal(int)
-{
-    const char byte = 1;
-    // Nothing can be done in a signal handler about a byte that does not fit: others wait already.
-    const ssize_t written = ::write(signalSockets[0], &byte, 1);
-    static_cast<void>(written);
-}
-
-/// Interrupt and termination end the event loop. @return false if the system has no sockets left
-bool quitOnSignals(QCoreApplication *application)
-{
-    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, signalSockets) != 0)
-        return false;
-    auto *notifier = new QSocketNotifier(signalSockets[1], QSocketNotifier::Read, application);
-    QObject::connect(notifier, &QSocketNotifier::activated, application, &QCoreApplication::quit);
-
-    struct sigaction action = {};
-    action.sa_handler = noteSignal;
-    action.sa_flags = SA_RESTART;
-    sigemptyset(&action.sa_mask);
-    ::sigaction(SIGINT, &action, nullptr);
-    ::sigaction(SIGTERM, &action, nullptr);
-    // Whoever read what this program prints may go away first.
-    std::signal(SIGPIPE, SIG_IGN);
-    return true;
-}
 
 void print(std::FILE *stream, const QString &text)
 {
@@ -79,10 +47,15 @@ bool readOptions(const QCommandLineParser &parser, Options *options, QString *er
                      .arg(ControllerServer::kDefaultPort);
         return false;
     }
-    if (!parser.isSet(QStringLiteral("scenario")))
+    if (!parser.isSet(QStringLiteral("scenario"))) {
         options->scenario = Scenario::builtIn();
-    else if (!Scenario::load(parser.value(QStringLiteral("scenario")), &options->scenario, error))
+    } else if (parser.value(QStringLiteral("scenario")).isEmpty()) {
+        *error = QStringLiteral("--scenario wants the name of a file");
         return false;
+    } else if (!Scenario::load(parser.value(QStringLiteral("scenario")), &options->scenario,
+                               error)) {
+        return false;
+    }
     const QStringList setups = parser.values(QStringLiteral("setup"));
     for (const QString &setup : setups) {
         if (!options->scenario.applySetup(setup)) {
@@ -163,8 +136,9 @@ int runControllerProcess(int argc, char **argv)
     QString error;
     if (!readOptions(parser, &options, &error))
         return fail(error);
-    if (!quitOnSignals(&application))
-        return fail(QStringLiteral("no sockets left"));
+    // Whoever read what this program prints may go away first.
+    std::signal(SIGPIPE, SIG_IGN);
+    const QuitSignals quitSignals;
     ControllerServer server(options.scenario, options.seed);
     if (!server.listen(options.address.host, options.address.port))
         return fail(QStringLiteral("cannot listen on %1: %2")

@@ -1,5 +1,7 @@
 #include "ControllerState.h"
 
+#include "NumberText.h"
+
 #include <cmath>
 
 namespace {
@@ -7,8 +9,6 @@ namespace {
 constexpr double kTwoPi = 6.283185307179586;
 constexpr double kBlinkPeriodS = 4.0;
 constexpr double kBlinkLostS = 1.0;
-constexpr double kUnitLengthTolerance = 1.0e-2; // three decimals of three components
-constexpr const char *kChannel = "chmon";
 
 /// A generator with a fixed algorithm, so that a seed means the same on every platform.
 class SplitMix {
@@ -160,7 +160,7 @@ StateResult ControllerState::setEmission(const QByteArray &type, int number, int
     const double directionLength = length(emission.direction);
     const bool isDirection =
         directionLength == 0.0 || std::abs(directionLength - 1.0) <= kUnitLengthTolerance;
-    const bool isAngle = emission.angleDeg >= 0.0 && emission.angleDeg <= 180.0;
+    const bool isAngle = emission.angleDeg >= 0.0 && emission.angleDeg <= kMaximumEmissionAngleDeg;
     if (!isDirection || !isAngle)
         return StateResult::OutOfRange;
     ControllerMarker *found = nullptr;
@@ -235,11 +235,9 @@ StateResult ControllerState::setMultiUserWithHead(bool on)
 StateResult ControllerState::setReference(const QByteArray &reference)
 {
     if (reference != "none" && reference != m_startReference) {
-        const QList<QByteArray> words = reference.split(' ');
-        bool isNumber = false;
-        const int number =
-            words.size() == 2 && words[1].startsWith('b') ? words[1].mid(1).toInt(&isNumber) : 0;
-        if (!isNumber || indexOf(words[0], number) < 0)
+        QByteArray type;
+        int number = 0;
+        if (!parseBodyName(reference, &type, &number) || indexOf(type, number) < 0)
             return StateResult::NoSuchBody;
     }
     m_reference = reference;

@@ -26,6 +26,11 @@ public:
     static constexpr int kMaximumBodies = 200;
     static constexpr double kMaximumCoordinateMm = 1.0e6;
     static constexpr double kRotationTolerance = 1.0e-3;
+    /// Of an emission's direction, which comes with three decimals of three components.
+    static constexpr double kUnitLengthTolerance = 1.0e-2;
+    static constexpr double kMaximumEmissionAngleDeg = 180.0;
+    /// The one output channel.
+    static constexpr char kChannel[] = "chmon";
 
     /// @param scenario  as Scenario::fromJson() or builtIn() gives it
     ControllerState(const Scenario &scenario, quint32 seed);
@@ -79,7 +84,7 @@ public:
     bool isMeasuring() const { return m_measuring; }
     StateResult startMeasurement();
     StateResult stopMeasurement();
-    /// The one output channel is "chmon"; its lines are "6d", "6df" and "6df2".
+    /// The lines of the one channel are "6d", "6df" and "6df2".
     static bool isOutput(const QByteArray &channel, const QByteArray &line);
     bool isOutputActive(const QByteArray &line) const;
     StateResult setOutputActive(const QByteArray &channel, const QByteArray &line, bool active);

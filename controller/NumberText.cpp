@@ -1,5 +1,8 @@
 #include "NumberText.h"
 
+#include <QList>
+
+#include <algorithm>
 #include <charconv>
 #include <iterator>
 
@@ -63,5 +66,29 @@ bool parseNumber(const QByteArray &text, double *value)
     if (!isNumber)
         return false;
     *value = number;
+    return true;
+}
+
+bool parseCount(const QByteArray &text, int *count)
+{
+    const bool isCount =
+        !text.isEmpty() && text.size() <= 9 &&
+        std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+    if (isCount)
+        *count = text.toInt();
+    return isCount;
+}
+
+bool parseIndex(const QByteArray &text, char letter, int *index)
+{
+    return text.size() >= 3 && text.at(0) == letter && parseCount(text.mid(1), index);
+}
+
+bool parseBodyName(const QByteArray &text, QByteArray *type, int *number)
+{
+    const QList<QByteArray> words = text.split(' ');
+    if (words.size() != 2 || words[0].isEmpty() || !parseIndex(words[1], 'b', number))
+        return false;
+    *type = words[0];
     return true;
 }

@@ -3,10 +3,10 @@
 #include "CommandTable.h"
 #include "ControllerState.h"
 #include "JsonKeys.h"
+#include "NumberText.h"
 
 #include <QJsonDocument>
 #include <QJsonParseError>
-#include <QRegularExpression>
 
 #include <algorithm>
 #include <cmath>
@@ -49,18 +49,6 @@ QString textError(const QByteArray &text, int offset, const QString &what)
     const int line = before.count('\n') + 1;
     const int column = before.size() - (before.lastIndexOf('\n') + 1) + 1;
     return QStringLiteral("line %1, column %2: %3").arg(line).arg(column).arg(what);
-}
-
-/// @return true for the form of a body, "standard b02"
-bool readBodyName(const QByteArray &text, QByteArray *type, int *number)
-{
-    static const QRegularExpression form(QStringLiteral("\\A(\\S+) b([0-9]+)\\z"));
-    const QRegularExpressionMatch match = form.match(QString::fromLatin1(text));
-    if (!match.hasMatch())
-        return false;
-    *type = match.captured(1).toLatin1();
-    *number = match.captured(2).toInt(); // 0 for one that is too large
-    return true;
 }
 
 bool readNumbers(const QJsonValue &value, int count, QVector<double> *numbers)
@@ -377,12 +365,12 @@ bool ScenarioReader::readEmission(const QJsonValue &value, const QString &place,
     Vector3 direction = {numbers[0], numbers[1], numbers[2]};
     const double directionLength = length(direction);
     if (directionLength > 0.0) {
-        if (std::abs(directionLength - 1.0) > 0.01)
+        if (std::abs(directionLength - 1.0) > ControllerState::kUnitLengthTolerance)
             return fail(place, "direction of length 1, or zeros, expected");
         direction = {direction.x / directionLength, direction.y / directionLength,
                      direction.z / directionLength};
     }
-    if (numbers[3] < 0.0 || numbers[3] > 180.0)
+    if (numbers[3] < 0.0 || numbers[3] > ControllerState::kMaximumEmissionAngleDeg)
         return fail(place, "angle from 0 to 180 expected");
     *emission = {direction, numbers[3]};
     return true;
@@ -391,7 +379,7 @@ bool ScenarioReader::readEmission(const QJsonValue &value, const QString &place,
 bool ScenarioReader::readActiveOutput(const QJsonValue &value, const QString &place)
 {
     const QByteArray line = value.toString().toLatin1();
-    if (!ControllerState::isOutput("chmon", line))
+    if (!ControllerState::isOutput(ControllerState::kChannel, line))
         return fail(place, "one of 6d, 6df, 6df2 expected");
     if (!m_scenario.activeOutputs.contains(line))
         m_scenario.activeOutputs.append(line);
@@ -458,7 +446,7 @@ bool ScenarioReader::checkWhole()
                     "words joined by single blanks, or \"none\", expected");
     QByteArray type;
     int number = 0;
-    if (readBodyName(s.reference, &type, &number)) {
+    if (parseBodyName(s.reference, &type, &number)) {
         const auto count =
             std::count_if(s.bodies.begin(), s.bodies.end(), [&type](const ControllerBody &body) {
                 return body.type.compare(type, Qt::CaseInsensitive) == 0;

@@ -11,9 +11,6 @@
 
 namespace {
 
-constexpr int kMajor = 3;
-constexpr int kMinor = 1;
-constexpr int kPatch = 9;
 constexpr int kPositionInMenu = 35;
 constexpr int kPositionOfMenu = 300;
 
@@ -30,18 +27,13 @@ QWidget *widgetFrom(const QVariant &value)
     return object && object->isWidgetType() ? static_cast<QWidget *>(object) : nullptr;
 }
 
-IOManager *managerFrom(const QVariant &value)
+/// @param typeName  by which the host knows the type of the pointer
+template <typename Object>
+Object *objectFrom(const QVariant &value, const char *typeName)
 {
-    static const int s_managerType = qRegisterMetaType<IOManager *>("IOManager*");
-    Q_UNUSED(s_managerType)
-    return value.value<IOManager *>();
-}
-
-BackendVersions *versionsFrom(const QVariant &value)
-{
-    static const int s_versionsType = qRegisterMetaType<BackendVersions *>("BackendVersions*");
-    Q_UNUSED(s_versionsType)
-    return value.value<BackendVersions *>();
+    static const int s_type = qRegisterMetaType<Object *>(typeName);
+    Q_UNUSED(s_type)
+    return value.value<Object *>();
 }
 
 } // namespace
@@ -84,7 +76,7 @@ QString BodyAdjustmentModule::name() const
 
 QString BodyAdjustmentModule::version() const
 {
-    return QStringLiteral("v%1.%2.%3").arg(kMajor).arg(kMinor).arg(kPatch);
+    return QStringLiteral("v" QUOREL2_VERSION);
 }
 
 QList<MenuEntry *> BodyAdjustmentModule::menuEntries()
@@ -115,11 +107,11 @@ QList<MenuEntry *> BodyAdjustmentModule::menuEntries()
 void BodyAdjustmentModule::setHostProperty(const QString &name, const QVariant &value)
 {
     if (name == QLatin1String("CommandManager"))
-        m_commandManager = managerFrom(value);
+        m_commandManager = objectFrom<IOManager>(value, "IOManager*");
     else if (name == QLatin1String("ModuleParent"))
         m_parentWidget = widgetFrom(value);
     else if (name == QLatin1String("BackendVersions"))
-        m_backendVersions = versionsFrom(value);
+        m_backendVersions = objectFrom<BackendVersions>(value, "BackendVersions*");
     else if (name == QLatin1String("ObserverMode"))
         m_observerMode = value.toBool();
 }

@@ -16,7 +16,9 @@
 #include <QTableWidget>
 #include <QWindow>
 
+#include <algorithm>
 #include <cmath>
+#include <functional>
 
 namespace {
 
@@ -48,6 +50,16 @@ bool showsAxis(const DemoScene *scene, const char *name, const char *axis)
     return box && box->currentText() == QLatin1String(axis);
 }
 
+/// The steps, left out where that is false when their turn comes.
+QVector<DemoStep> onlyIf(const std::function<bool()> &condition, QVector<DemoStep> steps)
+{
+    for (DemoStep &step : steps) {
+        const std::function<bool()> leftOut = step.leftOut;
+        step.leftOut = [condition, leftOut] { return !condition() || (leftOut && leftOut()); };
+    }
+    return steps;
+}
+
 QString rotationText(const std::array<double, 9> &rotation)
 {
     QStringList numbers;
@@ -69,13 +81,19 @@ QVector<DemoStep> AxisAdjustment::steps()
     // The still body's changes are still to be applied when the moving one is chosen: the dialog
     // asks for them, so the body is written twice. Being adjusted to the room overrides the axes
     // set before; that these were right is checked in between.
-    return chooseStillBody() + pickMarkers() + setAxis() + undoAndRedo() + addLine() +
-           lookAtNumbers() + followMovingBody() + adjustToRoom();
+    const auto stands = [this] { return m_still.index >= 0; };
+    const auto moves = [this] { return m_moving.index >= 0; };
+    const DemoStep cancel = clickButton(QStringLiteral("second-cancelled"), "cancel_button",
+                                        [this] { return !parts().scene->dialog(); });
+    return findBodies() + onlyIf(std::not_fn(stands), {cancel}) +
+           onlyIf(stands, chooseStillBody() + pickMarkers() + setAxis() + undoAndRedo() +
+                              addLine() + lookAtNumbers() + onlyIf(moves, followMovingBody()) +
+                              onlyIf(std::not_fn(moves), showStillBody()) + adjustToRoom());
 }
 
 // --- choosing bodies ----------------------------------------------------------------------------
 
-QVector<DemoStep> AxisAdjustment::chooseStillBody()
+QVector<DemoStep> AxisAdjustment::findBodies()
 {
     DemoStep dialog = openDialog(QStringLiteral("second-dialog"));
     dialog.finish = [this] {
@@ -84,26 +102,29 @@ QVector<DemoStep> AxisAdjustment::chooseStillBody()
     };
 
     DemoStep list = openBodyList(QStringLiteral("still-body-list"));
-    const auto listReady = list.ready;
-    list.ready = [this, listReady] { return listReady() && isJudged(); };
-    list.act = [this] {
+    const auto isListed = [this, isOpen = list.ready] {
+        return isOpen() && bodyList()->count() > 0 && isJudged();
+    };
+    list.leftOut = [this, isListed] { return isListed() && stillBody().index < 0; };
+    list.ready = [this, isListed] {
+        if (bodyList() && bodyList()->count() == 0)
+            return true;
+        if (!isListed())
+            return false;
         m_still = stillBody();
         m_moving = movingBody();
-        if (m_still.index < 0)
-            parts().player->fail(Texts::tr("There is no further calibrated standard body of "
-                                           "target type tt_std that stands still."));
-        else if (m_moving.index < 0)
-            parts().player->fail(Texts::tr("There is no calibrated standard body of target type "
-                                           "tt_std that moves."));
-        else
-            UserInput::click(bodyList());
+        return m_still.index >= 0;
     };
     list.hint = [this] {
         return parts().reports->lineCount() == 0
                    ? Texts::tr("No data lines come from the controller.")
                    : QString();
     };
+    return {openMenu(QStringLiteral("second-menu")), dialog, list};
+}
 
+QVector<DemoStep> AxisAdjustment::chooseStillBody()
+{
     DemoStep choose = chooseBody(QStringLiteral("still-body-chosen"), [this] { return m_still; });
     choose.finish = [this] {
         QString problem = adopt(m_still);
@@ -116,13 +137,18 @@ QVector<DemoStep> AxisAdjustment::chooseStillBody()
                    ? QString()
                    : Texts::tr("The body has no two markers in full view that suit an axis.");
     };
-    return {openMenu(QStringLiteral("second-menu")), dialog, list, choose};
+    return {choose};
 }
 
 bool AxisAdjustment::isJudged() const
 {
+    const BodyReports *reports = parts().reports;
+    const QVector<ListedBody> bodies = listedBodies();
     return (stillBody().index >= 0 && movingBody().index >= 0) ||
-           parts().reports->lineCount() >= kLinesToGiveUp;
+           reports->lineCount() >= kLinesToGiveUp ||
+           std::all_of(bodies.cbegin(), bodies.cend(), [reports](const ListedBody &body) {
+               return !body.isSuitable || reports->isJudged(body.number);
+           });
 }
 
 ListedBody AxisAdjustment::stillBody() const
@@ -392,19 +418,8 @@ QVector<DemoStep> AxisAdjustment::followMovingBody()
         return check(&report) ? QString() : report;
     };
 
-    DemoStep online;
-    online.name = QStringLiteral("online");
+    DemoStep online = goOnline(QStringLiteral("online"));
     online.keepsMoving = true;
-    online.ready = [scene] { return scene->isEnabled("online_checkbox"); };
-    online.act = [scene] {
-        auto *box = scene->inDialog<QCheckBox>("online_checkbox");
-        // At the left, where the box and its text are.
-        UserInput::click(box, QPoint(box->height() / 2, box->height() / 2));
-    };
-    online.done = [scene] {
-        return scene->inDialog<QCheckBox>("online_checkbox")->isChecked() &&
-               scene->isEnabled("adjust_axes_to_room_button");
-    };
     online.finish = [this] {
         return parts().reports->newestRotation(m_moving.number, &m_rotation)
                    ? QString()
@@ -426,31 +441,73 @@ QVector<DemoStep> AxisAdjustment::followMovingBody()
     followed.shows = [this](const QImage &view) {
         return ViewPicture::isDifferent(parts().player->viewIn(QStringLiteral("online")), view);
     };
-    return {openBodyList(QStringLiteral("moving-body-list")), point, answer, online, followed};
-}
-
-QVector<DemoStep> AxisAdjustment::adjustToRoom()
-{
-    const DemoScene *scene = parts().scene;
     DemoStep list = openBodyList(QStringLiteral("still-body-list-again"));
     list.keepsMoving = true;
-
     DemoStep choose = chooseBody(QStringLiteral("still-body-online"), [this] { return m_still; });
-    const auto chosen = choose.done;
-    choose.done = [this, scene, chosen] {
-        return chosen() && scene->isEnabled("adjust_axes_to_room_button") &&
+    awaitStillBody(&choose);
+    return {openBodyList(QStringLiteral("moving-body-list")),
+            point,
+            answer,
+            online,
+            followed,
+            list,
+            choose};
+}
+
+QVector<DemoStep> AxisAdjustment::showStillBody()
+{
+    DemoStep apply = clickButton(QStringLiteral("axis-applied"), "apply_button",
+                                 [this] { return !parts().scene->isEnabled("apply_button"); });
+    apply.finish = [this] {
+        // What was reported before is of the body as it was defined before.
+        parts().reports->forget();
+        expected().apply();
+        QString report;
+        return check(&report) ? QString() : report;
+    };
+    DemoStep online = goOnline(QStringLiteral("still-body-online"));
+    awaitStillBody(&online);
+    return {apply, online};
+}
+
+DemoStep AxisAdjustment::goOnline(const QString &name)
+{
+    const DemoScene *scene = parts().scene;
+    DemoStep online;
+    online.name = name;
+    online.ready = [scene] { return scene->isEnabled("online_checkbox"); };
+    online.act = [scene] {
+        auto *box = scene->inDialog<QCheckBox>("online_checkbox");
+        // At the left, where the box and its text are.
+        UserInput::click(box, QPoint(box->height() / 2, box->height() / 2));
+    };
+    online.done = [scene] {
+        return scene->inDialog<QCheckBox>("online_checkbox")->isChecked() &&
+               scene->isEnabled("adjust_axes_to_room_button");
+    };
+    return online;
+}
+
+void AxisAdjustment::awaitStillBody(DemoStep *step)
+{
+    step->done = [this, isDone = step->done] {
+        return isDone() && parts().scene->isEnabled("adjust_axes_to_room_button") &&
                parts().reports->newestRotation(m_still.number, &m_rotation);
     };
     // The button tells that the body is tracked; the view takes over where it is with the next
     // tick of the dialog's own clock, which is due before a few of these.
-    choose.rounds = 5;
-    choose.finish = [this] {
+    step->rounds = 5;
+    step->finish = [this] {
         return parts().reports->isAlignedWithRoom(m_still.number)
                    ? Texts::tr("The body's axes are parallel to the room's before they were "
                                "adjusted.")
                    : QString();
     };
+}
 
+QVector<DemoStep> AxisAdjustment::adjustToRoom()
+{
+    const DemoScene *scene = parts().scene;
     DemoStep adjust =
         clickButton(QStringLiteral("axes-to-room"), "adjust_axes_to_room_button", [scene] {
             return scene->isEnabled("undo_button") && scene->isEnabled("apply_button");
@@ -465,7 +522,7 @@ QVector<DemoStep> AxisAdjustment::adjustToRoom()
         return ViewPicture::isDifferent(parts().player->viewIn(QStringLiteral("still-body-online")),
                                         view);
     };
-    return {list, choose, adjust, applyAlignment(), close(QStringLiteral("closed-again"))};
+    return {adjust, applyAlignment(), close(QStringLiteral("closed-again"))};
 }
 
 DemoStep AxisAdjustment::applyAlignment()
@@ -495,4 +552,15 @@ QString AxisAdjustment::alignmentReport() const
 {
     return Texts::tr("The controller reports its axes parallel to the room's: %1.")
         .arg(rotationText(m_rotation));
+}
+
+QString AxisAdjustment::leftOutReport() const
+{
+    if (m_still.index < 0)
+        return Texts::tr("The second adjustment was left out: there is no further calibrated "
+                         "standard body of target type tt_std that stands still.");
+    return m_moving.index < 0 ? Texts::tr("Following a moving body was left out: there is no "
+                                          "calibrated standard body of target type tt_std that "
+                                          "moves.")
+                              : QString();
 }

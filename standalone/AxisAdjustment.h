@@ -14,6 +14,8 @@ class QWidget;
 /// an axis laid through them, undone and redone, a line between them, the numbers in the data view;
 /// then a look at a body that moves, followed as it is tracked; and the axes of the still body
 /// adjusted to the room, after which its reports must show them parallel to the room's.
+///
+/// What the controller has no body for is left out.
 class AxisAdjustment : public DemoAdjustment {
 public:
     /// @param before  adjusts another body than this one; not owned
@@ -22,10 +24,13 @@ public:
     QVector<DemoStep> steps() override;
     /// How the controller reported the body after Apply, in a sentence for the user.
     QString alignmentReport() const;
+    /// What was left out and why, in a sentence for the user; empty if all was played.
+    QString leftOutReport() const;
 
 private:
     using Rotation = std::array<double, 9>;
 
+    QVector<DemoStep> findBodies();
     QVector<DemoStep> chooseStillBody();
     QVector<DemoStep> pickMarkers();
     QVector<DemoStep> setAxis();
@@ -33,6 +38,8 @@ private:
     QVector<DemoStep> addLine();
     QVector<DemoStep> lookAtNumbers();
     QVector<DemoStep> followMovingBody();
+    /// Instead of it, where no body moves.
+    QVector<DemoStep> showStillBody();
     QVector<DemoStep> adjustToRoom();
 
     /// @param button  what can be used once the marker is chosen
@@ -43,6 +50,9 @@ private:
     DemoStep openContextMenu(const QString &name, const std::function<QWidget *()> &where);
     DemoStep chooseFromMenu(const QString &name, const QString &text,
                             const std::function<bool()> &done);
+    DemoStep goOnline(const QString &name);
+    /// The still body is chosen and shown as it is tracked once the step is done.
+    void awaitStillBody(DemoStep *step);
     DemoStep applyAlignment();
 
     bool isJudged() const;

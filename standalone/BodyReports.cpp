@@ -162,6 +162,15 @@ bool BodyReports::turns(int number) const
     return isTrackedThroughout(number) && historyOf(number)->turnDeg >= kTurnDeg;
 }
 
+bool BodyReports::isJudged(int number) const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_lines < kLinesToTrust || !isTrackedThroughout(number))
+        return m_lines >= kLinesToTrust;
+    const History *history = historyOf(number);
+    return !history->moved || history->turnDeg >= kTurnDeg;
+}
+
 bool BodyReports::isAlignedWithRoom(int number) const
 {
     std::array<double, 9> rotation{};

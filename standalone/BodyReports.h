@@ -50,6 +50,9 @@ public:
     bool standsStill(int number) const;
     /// Every line shows the body as tracked, and it has turned since the first.
     bool turns(int number) const;
+    /// More lines will not tell whether the body stands still or turns: it does one of them, or it
+    /// was lost and counts as neither.
+    bool isJudged(int number) const;
     /// The newest line shows the body's axes parallel to the room's, as far as its digits go.
     bool isAlignedWithRoom(int number) const;
 

@@ -24,9 +24,10 @@ constexpr double kTurnDeg = 30.0;
 QVector<DemoStep> CentreAdjustment::steps()
 {
     DemoStep list = openBodyList(QStringLiteral("body-list"));
-    list.act = [this] {
-        if (suitableBody().index >= 0)
-            UserInput::click(bodyList());
+    const auto open = list.act;
+    list.act = [this, open] {
+        if (suitableBody().index >= 0 || bodyList()->count() == 0)
+            open();
         else
             parts().player->fail(
                 Texts::tr("There is no calibrated standard body of target type tt_std in the "

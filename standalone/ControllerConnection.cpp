@@ -28,6 +28,8 @@ ControllerConnection::ControllerConnection(QObject *parent)
     m_socket.setProxy(QNetworkProxy::NoProxy);
     m_retryTimer.setSingleShot(true);
     m_attemptLimit.setSingleShot(true);
+    // A coarse timer may take a twentieth of the time more or less.
+    m_attemptLimit.setTimerType(Qt::PreciseTimer);
     connect(&m_socket, &QTcpSocket::connected, this, &ControllerConnection::onConnected);
     connect(&m_socket, &QTcpSocket::disconnected, this, &ControllerConnection::onDisconnected);
     connect(&m_socket, &QTcpSocket::errorOccurred, this, &ControllerConnection::onError);
@@ -134,14 +136,12 @@ void ControllerConnection::readTrial()
     while (m_isOnTrial && m_lines.takeLine(&line)) {
         QByteArray value;
         m_trial.reply = line.text;
-        m_trial.replied = true;
         if (isErrorReply(line.text)) {
             endTrial(ExchangeStatus::Refused);
         } else if (valueOfReply(line.text, m_trialParameter, &value)) {
             endTrial(ExchangeStatus::Done);
         } else {
-            qCInfo(lcStandalone) << "unasked:" << line.text;
-            emit unaskedLine(line.text);
+            reportUnasked(line.text);
         }
     }
 }
@@ -298,8 +298,7 @@ ExchangeStatus ControllerConnection::waitForReply(const QDeadlineTimer &deadline
         while (m_lines.takeLine(&line)) {
             if (firstIsUnasked) {
                 firstIsUnasked = false;
-                qCInfo(lcStandalone) << "unasked:" << line.text;
-                emit unaskedLine(line.text);
+                reportUnasked(line.text);
                 continue;
             }
             *reply = line.text;
@@ -344,10 +343,14 @@ void ControllerConnection::dropUnaskedLines()
 void ControllerConnection::reportUnaskedLines()
 {
     LineBuffer::Line line;
-    while (m_lines.takeLine(&line)) {
-        qCInfo(lcStandalone) << "unasked:" << line.text;
-        emit unaskedLine(line.text);
-    }
+    while (m_lines.takeLine(&line))
+        reportUnasked(line.text);
+}
+
+void ControllerConnection::reportUnasked(const QByteArray &line)
+{
+    qCInfo(lcStandalone) << "unasked:" << line;
+    emit unaskedLine(line);
 }
 
 void ControllerConnection::setState(State state)

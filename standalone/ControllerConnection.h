@@ -94,6 +94,7 @@ private:
     void receive();
     void dropUnaskedLines();
     void reportUnaskedLines();
+    void reportUnasked(const QByteArray &line);
     void setState(State state);
 
     QTcpSocket m_socket;

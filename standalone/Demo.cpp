@@ -45,7 +45,12 @@ void Demo::end(const QString &problem)
     QString first;
     QString second;
     const bool isFirstRight = m_first.check(&first);
-    const bool isSecondRight = m_second.check(&second);
-    emit finished(isFirstRight && isSecondRight ? 0 : 1,
-                  QStringList{first, second, m_second.alignmentReport()}.join(QLatin1Char('\n')));
+    const bool isSecondPlayed = m_second.bodyNumber() > 0;
+    const bool isSecondRight = !isSecondPlayed || m_second.check(&second);
+    QStringList report{first};
+    if (isSecondPlayed)
+        report += {second, m_second.alignmentReport()};
+    if (!m_second.leftOutReport().isEmpty())
+        report += m_second.leftOutReport();
+    emit finished(isFirstRight && isSecondRight ? 0 : 1, report.join(QLatin1Char('\n')));
 }

@@ -13,7 +13,8 @@ class QAction;
 class QWidget;
 
 /// Plays two adjustments as a user would, by mouse and keyboard on the visible widgets, and checks
-/// that the controller holds and reports what comes of them.
+/// that the controller holds and reports what comes of them. The second one, or a part of it, is
+/// left out where the controller has no body for it.
 class Demo : public QObject {
     Q_OBJECT
 
@@ -32,7 +33,8 @@ public:
 
 signals:
     /// Comes once.
-    /// @param exitCode  0 if the controller holds both expected definitions, 1 otherwise
+    /// @param exitCode  0 if the controller holds the expected definition of every body that was
+    ///                  adjusted, 1 otherwise
     /// @param report    for the user, lines parted by line ends
     void finished(int exitCode, const QString &report);
 

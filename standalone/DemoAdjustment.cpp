@@ -136,10 +136,16 @@ DemoStep DemoAdjustment::openBodyList(const QString &name)
     DemoStep step;
     step.name = name;
     step.isViewEmpty = true;
+    // The dialog fills its list before it is shown.
     step.ready = [this] {
-        return bodyList() && bodyList()->isEnabled() && bodyList()->count() > 0;
+        return bodyList() && (bodyList()->isEnabled() || bodyList()->count() == 0);
     };
-    step.act = [this] { UserInput::click(bodyList()); };
+    step.act = [this] {
+        if (bodyList()->count() > 0)
+            UserInput::click(bodyList());
+        else
+            m_parts.player->fail(Texts::tr("The list of bodies is empty."));
+    };
     step.done = [this] { return bodyList()->view()->isVisible(); };
     return step;
 }

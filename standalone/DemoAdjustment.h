@@ -46,6 +46,7 @@ public:
 
     virtual QVector<DemoStep> steps() = 0;
 
+    /// 0 before a body was chosen.
     int bodyNumber() const { return m_body.number; }
     /// Asks the controller for the body and tells what it found, in a sentence for the user.
     /// @return false if the controller does not hold what is expected
@@ -76,7 +77,6 @@ protected:
     const DemoParts &parts() const { return m_parts; }
     ExpectedDefinition &expected() { return m_expected; }
     const ExpectedDefinition &expected() const { return m_expected; }
-    const ListedBody &body() const { return m_body; }
 
 private:
     QString readDefinition(QVector<ExpectedDefinition::Marker> *markers) const;

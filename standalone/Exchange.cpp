@@ -36,3 +36,9 @@ bool isErrorReply(const QByteArray &reply)
 {
     return reply == "quorel2 err" || reply.startsWith("quorel2 err ");
 }
+
+bool isAnswer(const QByteArray &reply)
+{
+    return reply == "quorel2 ok" || reply.startsWith("quorel2 ok ") || isErrorReply(reply) ||
+           reply.startsWith("quorel2 set ");
+}

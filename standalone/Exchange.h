@@ -34,4 +34,8 @@ QString statusText(ExchangeStatus status);
 /// True for the controller's word that it did not do what was asked.
 bool isErrorReply(const QByteArray &reply);
 
+/// True for what a controller answers to a request: that it did it, that it did not, or a value.
+/// Anything else it says of its own accord.
+bool isAnswer(const QByteArray &reply);
+
 Q_DECLARE_METATYPE(Exchange)

@@ -3,6 +3,7 @@
 #include "BackendVersionText.h"
 #include "Demo.h"
 #include "MainWindow.h"
+#include "StepPlayer.h"
 
 #include <controller/ControllerThread.h>
 #include <controller/Scenario.h>
@@ -10,13 +11,14 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QEventLoop>
+#include <QFile>
 
 #include <cstdio>
 
 namespace {
 
 /// A single one may be an accident, in particular while the controller starts.
-constexpr int kMostTimeOuts = 2;
+constexpr int kMostFailures = 2;
 constexpr int kRateIntervalMs = 250;
 
 void printLine(const QString &text)
@@ -96,6 +98,8 @@ bool Host::openFolder(QString *error)
         *error = tr("The folder \"%1\" cannot be created.").arg(m_options.demoFolder);
         return false;
     }
+    // Of an earlier run; it would be taken for this one's.
+    QFile::remove(folder.filePath(QLatin1String(StepPlayer::kFailurePicture)));
     QString reason;
     if (!m_transcript.open(folder.filePath(QStringLiteral("transcript.txt")), &reason)) {
         *error =
@@ -124,8 +128,11 @@ bool Host::startController(QString *error)
 {
     m_connection.setTimeoutMs(m_options.timeoutMs);
     m_connection.setTrialParameter("status active");
-    if (!m_options.backendVersion.isEmpty())
-        parseBackendVersion(m_options.backendVersion.toLatin1(), &m_versions);
+    if (m_options.backendVersion) {
+        m_versions.major = m_options.backendVersion->major;
+        m_versions.minor = m_options.backendVersion->minor;
+        m_versions.patch = m_options.backendVersion->patch;
+    }
 
     QString host = m_options.controllerHost;
     quint16 port = m_options.controllerPort;
@@ -137,8 +144,7 @@ bool Host::startController(QString *error)
             *error = tr("The scenario cannot be used: %1").arg(reason);
             return false;
         }
-        if (!m_options.backendVersion.isEmpty())
-            BackendVersion::fromText(m_options.backendVersion, &scenario.backend);
+        scenario.backend = m_options.backendVersion.value_or(scenario.backend);
         m_controller = std::make_unique<ControllerThread>(scenario, m_options.seed);
         if (!m_controller->start()) {
             *error = tr("The simulated controller cannot be started: %1.")
@@ -199,11 +205,14 @@ bool Host::greetController()
     if (!m_dataReceiver.start(m_connection.localAddress(), m_dataSource, &reason)) {
         m_window->addMessage(QDateTime::currentDateTime(), tr("Host"),
                              tr("Error: No data lines can be received: %1").arg(reason));
-    } else if (m_dataTimeOuts < kMostTimeOuts) {
+    } else if (m_dataFailures < kMostFailures) {
         const Exchange exchange =
             m_service.command("quorel2 data connect " + QByteArray::number(m_dataReceiver.port()));
-        m_dataTimeOuts = exchange.status == ExchangeStatus::TimedOut ? m_dataTimeOuts + 1 : 0;
-        if (m_dataTimeOuts == kMostTimeOuts)
+        // A line that is no answer costs the connection, as silence does.
+        const bool hasFailed = exchange.replied ? !isAnswer(exchange.reply)
+                                                : exchange.status == ExchangeStatus::TimedOut;
+        m_dataFailures = hasFailed ? m_dataFailures + 1 : 0;
+        if (m_dataFailures == kMostFailures)
             m_window->addMessage(QDateTime::currentDateTime(), tr("Host"),
                                  tr("Error: The controller does not answer the request for data "
                                     "lines. There will be none."));
@@ -211,7 +220,7 @@ bool Host::greetController()
         if (!exchange.replied)
             return false;
     }
-    if (m_options.backendVersion.isEmpty() && m_asksVersion) {
+    if (!m_options.backendVersion && m_asksVersion) {
         // An older controller does not know the question; the module then does without whatever
         // depends on the version.
         QByteArray text;
@@ -222,7 +231,7 @@ bool Host::greetController()
             m_versions = unknownBackendVersion();
         // An unexpected reply costs the connection, and would cost the next one too.
         if (status == ExchangeStatus::UnexpectedReply ||
-            (status == ExchangeStatus::TimedOut && ++m_versionTimeOuts == kMostTimeOuts))
+            (status == ExchangeStatus::TimedOut && ++m_versionTimeOuts == kMostFailures))
             m_asksVersion = false;
     }
     m_window->setBackendVersion(backendVersionText(m_versions));

@@ -29,8 +29,7 @@ public:
 
     /// Brings everything up. A controller that cannot be reached is no error: it is tried again and
     /// again.
-    /// @return false and @p error set, in a sentence for the user, if the program cannot do its
-    /// work
+    /// @return false and @p error set, in a sentence for the user, if the program cannot work
     bool start(QString *error);
     /// Ends the module first, then the connection, then the simulated controller. To be called when
     /// the event loop has ended.
@@ -66,7 +65,7 @@ private:
     QHostAddress m_reportedSender; ///< of data lines that were dropped
     int m_greeted = 0;             ///< the connection, by its count, that was greeted last
     bool m_lossReported = false;
-    int m_dataTimeOuts = 0; ///< in sequence, of the request for data lines
+    int m_dataFailures = 0; ///< in sequence, of the request for data lines
     int m_versionTimeOuts = 0;
     bool m_asksVersion = true;
 };

@@ -14,6 +14,8 @@
 
 namespace {
 
+constexpr char kQuery[] = "quorel2 get ";
+
 /// Formats in the C locale, behind the given beginning.
 /// @return false if the text is too long or cannot be formatted; what no line may hold, the
 ///         connection refuses
@@ -69,7 +71,7 @@ int HostCommandService::sendCommand(char *reply, const char *format, ...)
     va_start(arguments, format);
     const bool valid = formatLine(&line, "", format, arguments);
     va_end(arguments);
-    const Exchange exchange = valid ? command(line) : refuse(line);
+    const Exchange exchange = valid ? command(line) : finish(badRequest(line));
     if (exchange.status == ExchangeStatus::Done)
         copyOut(reply, exchange.reply);
     return static_cast<int>(exchange.status);
@@ -81,7 +83,7 @@ int HostCommandService::getString(char *value, const char *format, ...)
     QByteArray text;
     std::va_list arguments;
     va_start(arguments, format);
-    Exchange exchange = readParameter(format, arguments, &text);
+    Exchange exchange = readFormatted(format, arguments, &text);
     va_end(arguments);
     if (exchange.status == ExchangeStatus::Done) {
         if (text.size() > kLongestValue)
@@ -97,7 +99,7 @@ int HostCommandService::getInt(int *value, const char *format, ...)
     QByteArray text;
     std::va_list arguments;
     va_start(arguments, format);
-    Exchange exchange = readParameter(format, arguments, &text);
+    Exchange exchange = readFormatted(format, arguments, &text);
     va_end(arguments);
     if (exchange.status == ExchangeStatus::Done && !(value && parseInt(text, value)))
         exchange.status = ExchangeStatus::UnexpectedReply;
@@ -109,7 +111,7 @@ int HostCommandService::getDoubles(double *values, int count, const char *format
     QByteArray text;
     std::va_list arguments;
     va_start(arguments, format);
-    Exchange exchange = readParameter(format, arguments, &text);
+    Exchange exchange = readFormatted(format, arguments, &text);
     va_end(arguments);
     if (exchange.status == ExchangeStatus::Done &&
         !(values && count > 0 && parseDoubles(text, values, count)))
@@ -124,14 +126,12 @@ int HostCommandService::setParameter(const char *format, ...)
     va_start(arguments, format);
     const bool valid = formatLine(&line, "quorel2 set ", format, arguments);
     va_end(arguments);
-    if (!valid)
-        return static_cast<int>(refuse(line).status);
-    Exchange exchange = m_connection->exchange(line);
+    Exchange exchange = valid ? m_connection->exchange(line) : badRequest(line);
     if (exchange.status == ExchangeStatus::Done && exchange.reply != "quorel2 ok") {
-        if (isErrorReply(exchange.reply))
-            exchange.status = ExchangeStatus::Refused;
-        else
-            outOfStep(&exchange);
+        exchange.status = isErrorReply(exchange.reply) ? ExchangeStatus::Refused
+                                                       : ExchangeStatus::UnexpectedReply;
+        if (exchange.status == ExchangeStatus::UnexpectedReply)
+            resynchronise();
     }
     return static_cast<int>(finish(exchange).status);
 }
@@ -139,6 +139,9 @@ int HostCommandService::setParameter(const char *format, ...)
 Exchange HostCommandService::command(const QByteArray &line)
 {
     Exchange exchange = m_connection->exchange(line);
+    // What the controller said of its own accord is handed out as the reply that it was taken for.
+    if (exchange.replied && !isAnswer(exchange.reply))
+        resynchronise();
     if (exchange.status == ExchangeStatus::Done &&
         (exchange.reply.size() > kLongestReply || exchange.reply.contains('\0')))
         exchange.status = ExchangeStatus::ReplyTooLong;
@@ -147,57 +150,46 @@ Exchange HostCommandService::command(const QByteArray &line)
 
 Exchange HostCommandService::query(const QByteArray &parameter, QByteArray *value)
 {
-    return finish([&] {
-        Exchange exchange = m_connection->exchange("quorel2 get " + parameter);
-        if (exchange.status == ExchangeStatus::Done &&
-            !valueOfReply(exchange.reply, parameter, value)) {
-            if (isErrorReply(exchange.reply))
-                exchange.status = ExchangeStatus::Refused;
-            else
-                outOfStep(&exchange);
-        }
-        return exchange;
-    }());
+    return finish(read(parameter, value));
 }
 
-Exchange HostCommandService::readParameter(const char *format, std::va_list arguments,
-                                           QByteArray *value)
+Exchange HostCommandService::read(const QByteArray &parameter, QByteArray *value)
 {
-    static const char kQuery[] = "quorel2 get ";
-    QByteArray line;
-    if (!formatLine(&line, kQuery, format, arguments)) {
-        Exchange exchange;
-        exchange.time = QDateTime::currentDateTime();
-        exchange.request = line;
-        exchange.status = ExchangeStatus::BadRequest;
-        return exchange;
-    }
-    Exchange exchange = m_connection->exchange(line);
+    Exchange exchange = m_connection->exchange(kQuery + parameter);
     if (exchange.status != ExchangeStatus::Done)
         return exchange;
-    if (isErrorReply(exchange.reply))
+    if (isErrorReply(exchange.reply)) {
         exchange.status = ExchangeStatus::Refused;
-    else if (!valueOfReply(exchange.reply, line.mid(int(sizeof kQuery) - 1), value))
-        outOfStep(&exchange);
-    else if (value->contains('\0'))
+    } else if (!valueOfReply(exchange.reply, parameter, value)) {
         exchange.status = ExchangeStatus::UnexpectedReply;
+        resynchronise();
+    } else if (value->contains('\0')) {
+        exchange.status = ExchangeStatus::UnexpectedReply;
+    }
     return exchange;
 }
 
-void HostCommandService::outOfStep(Exchange *exchange)
+Exchange HostCommandService::readFormatted(const char *format, std::va_list arguments,
+                                           QByteArray *value)
 {
-    exchange->status = ExchangeStatus::UnexpectedReply;
+    QByteArray parameter;
+    return formatLine(&parameter, "", format, arguments) ? read(parameter, value)
+                                                         : badRequest(kQuery + parameter);
+}
+
+void HostCommandService::resynchronise()
+{
     // The reply to this request may still be on its way, and would be taken for the next one's.
     m_connection->resynchronise(tr("The controller sent a reply to something else"));
 }
 
-Exchange HostCommandService::refuse(const QByteArray &line)
+Exchange HostCommandService::badRequest(const QByteArray &line)
 {
     Exchange exchange;
     exchange.time = QDateTime::currentDateTime();
     exchange.request = line;
     exchange.status = ExchangeStatus::BadRequest;
-    return finish(exchange);
+    return exchange;
 }
 
 Exchange HostCommandService::finish(const Exchange &exchange)

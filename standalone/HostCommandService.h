@@ -69,11 +69,14 @@ signals:
                             const QString &destination, const QString &text);
 
 private:
-    Exchange refuse(const QByteArray &line);
+    /// @param line  as far as it could be formatted
+    static Exchange badRequest(const QByteArray &line);
     Exchange finish(const Exchange &exchange);
-    Exchange readParameter(const char *format, std::va_list arguments, QByteArray *value);
+    /// The value is good if the exchange is done.
+    Exchange read(const QByteArray &parameter, QByteArray *value);
+    Exchange readFormatted(const char *format, std::va_list arguments, QByteArray *value);
     /// For a reply that came but cannot be what was asked for.
-    void outOfStep(Exchange *exchange);
+    void resynchronise();
     void deliver(const QByteArray &destination, const QByteArray &source, int kind,
                  const QByteArray &text);
 

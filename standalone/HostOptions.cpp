@@ -1,7 +1,5 @@
 #include "HostOptions.h"
 
-#include "BackendVersionText.h"
-
 #include <QCommandLineOption>
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -97,8 +95,9 @@ bool HostOptions::parse(const QStringList &arguments, HostOptions *options, QStr
     }
     result.scenarioFile = parser.value(scenario);
     if (parser.isSet(seed)) {
-        result.seed = parser.value(seed).toUInt(&result.seedGiven);
-        if (!result.seedGiven) {
+        bool isNumber = false;
+        result.seed = parser.value(seed).toUInt(&isNumber);
+        if (!isNumber) {
             *error = Texts::tr("The seed \"%1\" is not a whole number from 0 to 4294967295.")
                          .arg(parser.value(seed));
             return false;
@@ -118,13 +117,14 @@ bool HostOptions::parse(const QStringList &arguments, HostOptions *options, QStr
         }
     }
     if (parser.isSet(backend)) {
-        result.backendVersion = parser.value(backend);
-        BackendVersions versions = unknownBackendVersion();
-        if (!parseBackendVersion(result.backendVersion.toLatin1(), &versions)) {
-            *error = Texts::tr("The backend version \"%1\" is not of the form 1.17 or 1.17.3.")
-                         .arg(result.backendVersion);
+        BackendVersion played;
+        if (!BackendVersion::fromText(parser.value(backend), &played)) {
+            *error = Texts::tr("The backend version \"%1\" is not of the form 1.17 or 1.17.3, with "
+                               "numbers below 10000.")
+                         .arg(parser.value(backend));
             return false;
         }
+        result.backendVersion = played;
     }
     *options = result;
     return true;

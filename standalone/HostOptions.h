@@ -1,9 +1,12 @@
 #pragma once
 
+#include <controller/BackendVersion.h>
 #include <controller/ControllerServer.h>
 
 #include <QString>
 #include <QStringList>
+
+#include <optional>
 
 /// What the command line asks for.
 struct HostOptions {
@@ -12,12 +15,11 @@ struct HostOptions {
     QString controllerHost; ///< empty: a simulated controller in this process
     quint16 controllerPort = 0;
     QString scenarioFile; ///< empty: the built-in scenario
-    bool seedGiven = false;
     quint32 seed = ControllerServer::kDefaultSeed;
     QString pluginFile; ///< empty: the one beside the program
     QString demoFolder; ///< empty: no demonstration
     int timeoutMs = 2000;
-    QString backendVersion; ///< empty: as the controller tells
+    std::optional<BackendVersion> backendVersion; ///< none: as the controller tells
 
     /// @param arguments  the program's name first
     /// @return false and @p error set, in a sentence for the user, if they make no sense

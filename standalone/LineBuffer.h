@@ -19,7 +19,6 @@ public:
     explicit LineBuffer(int longestLine);
 
     void feed(const char *bytes, int size);
-    bool hasLine() const { return !m_lines.empty(); }
     /// Takes the oldest complete line.
     /// @return false and nothing changed if there is none
     bool takeLine(Line *line);

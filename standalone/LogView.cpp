@@ -121,6 +121,15 @@ void LogView::rowsInserted(const QModelIndex &parent, int first, int last)
         scrollToBottom();
 }
 
+void LogView::updateGeometries()
+{
+    // A smaller view has a longer way to scroll: the same value is then not the end any more.
+    const bool wasFollowing = isFollowing();
+    QTreeView::updateGeometries();
+    if (wasFollowing)
+        verticalScrollBar()->setValue(verticalScrollBar()->maximum());
+}
+
 void LogView::keyPressEvent(QKeyEvent *event)
 {
     if (event->matches(QKeySequence::Copy)) {

@@ -26,6 +26,7 @@ protected:
     void contextMenuEvent(QContextMenuEvent *event) override;
     void rowsAboutToBeInserted(const QModelIndex &parent, int first, int last);
     void rowsInserted(const QModelIndex &parent, int first, int last) override;
+    void updateGeometries() override;
 
 private:
     void copySelected() const;

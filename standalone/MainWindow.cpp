@@ -1,5 +1,6 @@
 #include "MainWindow.h"
 
+#include "ElidedLabel.h"
 #include "LogView.h"
 
 #include <host/ModuleInterface.h>
@@ -15,6 +16,7 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPainter>
+#include <QScrollBar>
 #include <QSortFilterProxyModel>
 #include <QSplitter>
 #include <QStatusBar>
@@ -29,6 +31,13 @@ constexpr int kFileMenuPosition = 0;
 constexpr int kHelpMenuPosition = 1000;
 /// Pause in which new rows are collected: a burst of exchanges costs one update of the view.
 constexpr int kFlushDelayMs = 30;
+
+/// Room for the text of a cell to stand in, on both sides together.
+constexpr int kCellMargins = 16;
+/// Seen in the smallest window.
+constexpr int kFewestRows = 4;
+constexpr int kLargestFilterWidth = 200;
+constexpr int kSmallestFilterWidth = 90;
 
 enum TrafficColumn { TimeColumn, DirectionColumn, TextColumn, StatusColumn, DurationColumn };
 
@@ -81,13 +90,13 @@ QLabel *makeTitle(const QString &text)
     return label;
 }
 
-QLabel *makeNote()
+template <typename Label>
+Label *muted(Label *label)
 {
-    auto *label = new QLabel;
     QPalette palette = label->palette();
-    QColor muted = palette.color(QPalette::WindowText);
-    muted.setAlphaF(0.62);
-    palette.setColor(QPalette::WindowText, muted);
+    QColor colour = palette.color(QPalette::WindowText);
+    colour.setAlphaF(0.62);
+    palette.setColor(QPalette::WindowText, colour);
     label->setPalette(palette);
     return label;
 }
@@ -101,6 +110,7 @@ QToolButton *makeClearButton(const QString &toolTip)
     return button;
 }
 
+/// @param left, right  of the head; one that ignores its own width takes what the others leave
 QWidget *makePanel(const QVector<QWidget *> &left, const QVector<QWidget *> &right, QWidget *view)
 {
     auto *panel = new QFrame;
@@ -112,7 +122,8 @@ QWidget *makePanel(const QVector<QWidget *> &left, const QVector<QWidget *> &rig
         head->addWidget(widget);
     head->addStretch(1);
     for (QWidget *widget : right)
-        head->addWidget(widget);
+        head->addWidget(widget,
+                        widget->sizePolicy().horizontalPolicy() == QSizePolicy::Ignored ? 1000 : 0);
     auto *line = new QFrame;
     line->setFrameShape(QFrame::HLine);
     line->setFrameShadow(QFrame::Sunken);
@@ -125,20 +136,26 @@ QWidget *makePanel(const QVector<QWidget *> &left, const QVector<QWidget *> &rig
     return panel;
 }
 
+/// Gives the columns the width of their samples, and the view a smallest size in which the sample
+/// of the stretched one is seen too.
 void setColumnWidths(LogView *view, const QStringList &samples, int stretchedColumn)
 {
     const QFontMetrics metrics(view->font());
     view->header()->setStretchLastSection(false);
     view->header()->setMinimumSectionSize(40);
+    int total = view->verticalScrollBar()->sizeHint().width();
     for (int column = 0; column < samples.size(); ++column) {
+        const int width = metrics.horizontalAdvance(samples.at(column)) + kCellMargins;
+        total += width;
         if (column == stretchedColumn) {
             view->header()->setSectionResizeMode(column, QHeaderView::Stretch);
         } else {
             view->header()->setSectionResizeMode(column, QHeaderView::Interactive);
-            view->header()->resizeSection(column,
-                                          metrics.horizontalAdvance(samples.at(column)) + 24);
+            view->header()->resizeSection(column, width);
         }
     }
+    view->setMinimumSize(total, view->header()->sizeHint().height() +
+                                    kFewestRows * (metrics.height() + kCellMargins / 2));
 }
 
 } // namespace
@@ -154,7 +171,6 @@ MainWindow::MainWindow(QWidget *parent)
     setWindowTitle(tr("Quorel2 Host"));
     setWindowIcon(programIcon());
     resize(1080, 720);
-    setMinimumSize(640, 400);
 
     QMenu *file = menuAt(tr("&File"), kFileMenuPosition);
     QAction *quit = file->addAction(tr("&Quit"), this, &MainWindow::close);
@@ -186,7 +202,6 @@ MainWindow::MainWindow(QWidget *parent)
     connect(&m_flushTimer, &QTimer::timeout, this, &MainWindow::flush);
     setDataRate(0.0, 0);
     setBackendVersion(QString());
-    setConnectionState(ControllerConnection::DisconnectedState, QString());
     updateCounts();
 }
 
@@ -198,11 +213,12 @@ QWidget *MainWindow::makeMessagePanel()
     m_messageView->setEmptyText(tr("No messages"),
                                 tr("What modules report to the standard message window is listed "
                                    "here, with its time and source."));
-    setColumnWidths(
-        m_messageView,
-        {QStringLiteral("00:00:00.000"), QStringLiteral("BodyAdjustmentModule"), QString()}, 2);
+    setColumnWidths(m_messageView,
+                    {QStringLiteral("00:00:00.000"), QStringLiteral("BodyAdjustmentModule"),
+                     QStringLiteral("Error: Unable to set body transformation")},
+                    2);
 
-    m_messageCount = makeNote();
+    m_messageCount = muted(new QLabel);
     QToolButton *clear = makeClearButton(tr("Remove all messages from the list"));
     connect(clear, &QToolButton::clicked, this, [this] {
         m_newMessages.clear();
@@ -225,17 +241,16 @@ QWidget *MainWindow::makeTrafficPanel()
     m_trafficView->setFont(font);
     m_trafficView->header()->setFont(QApplication::font());
     m_trafficView->setModel(m_trafficFilter);
-    m_trafficView->setEmptyText(tr("No traffic"),
-                                tr("Every line to and from the controller is listed here, with "
-                                   "the time that its reply took."));
+    setFilter(QString());
     setColumnWidths(m_trafficView,
-                    {QStringLiteral("00:00:00.000"), QStringLiteral("\u2190 Received"), QString(),
+                    {QStringLiteral("00:00:00.000"), QStringLiteral("\u2190 Received"),
+                     QStringLiteral("quorel2 set body number_of_marker"),
                      QStringLiteral("unexpected reply"), QStringLiteral("00000.00")},
                     TextColumn);
 
-    m_trafficCount = makeNote();
+    m_trafficCount = muted(new ElidedLabel(Qt::ElideRight, 18));
     m_trafficCount->setObjectName(QStringLiteral("trafficCount"));
-    m_dataRate = new QLabel;
+    m_dataRate = new ElidedLabel(Qt::ElideRight, 16);
     m_dataRate->setObjectName(QStringLiteral("dataRateLabel"));
     m_dataRate->setToolTip(tr("Tracking data lines received in the last second"));
     auto *filter = new QLineEdit;
@@ -243,14 +258,12 @@ QWidget *MainWindow::makeTrafficPanel()
     filter->setPlaceholderText(tr("Filter"));
     filter->setToolTip(tr("Show only lines that hold this text"));
     filter->setClearButtonEnabled(true);
-    filter->setFixedWidth(200);
+    // It takes what the texts leave.
+    filter->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    filter->setMinimumWidth(kSmallestFilterWidth);
+    filter->setMaximumWidth(kLargestFilterWidth);
     connect(filter, &QLineEdit::textChanged, this, [this](const QString &text) {
-        m_trafficFilter->setFilterFixedString(text);
-        m_trafficView->setEmptyText(
-            text.isEmpty() ? tr("No traffic") : tr("No line with this text"),
-            text.isEmpty() ? tr("Every line to and from the controller is listed here, with the "
-                                "time that its reply took.")
-                           : tr("Clear the filter to see all lines."));
+        setFilter(text);
         m_trafficView->scrollToBottom();
         updateCounts();
     });
@@ -265,22 +278,46 @@ QWidget *MainWindow::makeTrafficPanel()
                      {m_dataRate, filter, clear}, m_trafficView);
 }
 
+void MainWindow::setFilter(const QString &text)
+{
+    m_trafficFilter->setFilterFixedString(text);
+    if (text.isEmpty())
+        m_trafficView->setEmptyText(tr("No traffic"),
+                                    tr("Every line to and from the controller is listed here, with "
+                                       "the time that its reply took."));
+    else
+        m_trafficView->setEmptyText(tr("No line with this text"),
+                                    tr("Clear the filter to see all lines."));
+}
+
 void MainWindow::makeStatusBar()
 {
-    m_moduleLabel = new QLabel;
+    // The version stands at the end, and so does the port.
+    m_moduleLabel = new ElidedLabel(Qt::ElideMiddle, 18);
     m_moduleLabel->setObjectName(QStringLiteral("moduleLabel"));
-    m_moduleLabel->setContentsMargins(8, 0, 8, 0);
     m_stateLabel = new QLabel;
     m_stateLabel->setObjectName(QStringLiteral("stateLabel"));
-    m_addressLabel = new QLabel;
+    m_addressLabel = new ElidedLabel(Qt::ElideMiddle, 36);
     m_addressLabel->setObjectName(QStringLiteral("addressLabel"));
     m_addressLabel->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    m_backendLabel = new QLabel;
+    m_backendLabel = new ElidedLabel(Qt::ElideRight, 18);
     m_backendLabel->setObjectName(QStringLiteral("backendLabel"));
+    // The window is not to become narrower than what is in it.
+    statusBar()->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     statusBar()->addWidget(m_moduleLabel);
-    for (QLabel *label : {m_backendLabel, m_addressLabel, m_stateLabel}) {
+    m_moduleLabel->setContentsMargins(8, 0, 8, 0);
+    for (QLabel *label : {static_cast<QLabel *>(m_backendLabel),
+                          static_cast<QLabel *>(m_addressLabel), m_stateLabel}) {
         label->setContentsMargins(8, 0, 8, 0);
         statusBar()->addPermanentWidget(label);
+    }
+    // The others keep their places when the state changes.
+    for (const auto state :
+         {ControllerConnection::ConnectedState, ControllerConnection::ConnectingState,
+          ControllerConnection::DisconnectedState}) {
+        setConnectionState(state, QString());
+        m_stateLabel->setMinimumWidth(
+            qMax(m_stateLabel->minimumWidth(), m_stateLabel->sizeHint().width()));
     }
 }
 

@@ -9,9 +9,9 @@
 #include <QTimer>
 #include <QVector>
 
+class ElidedLabel;
 class LogView;
 class QLabel;
-class QLineEdit;
 class QSortFilterProxyModel;
 struct MenuEntry;
 
@@ -67,6 +67,7 @@ private:
     QWidget *makeMessagePanel();
     QWidget *makeTrafficPanel();
     void makeStatusBar();
+    void setFilter(const QString &text);
     void showAbout();
     void scheduleFlush();
     void updateCounts();
@@ -78,16 +79,15 @@ private:
     LogView *m_messageView;
     LogView *m_trafficView;
     QLabel *m_messageCount;
-    QLabel *m_trafficCount;
-    QLabel *m_dataRate;
-    QLabel *m_moduleLabel;
+    ElidedLabel *m_trafficCount;
+    ElidedLabel *m_dataRate;
+    ElidedLabel *m_moduleLabel;
     QLabel *m_stateLabel;
-    QLabel *m_addressLabel;
-    QLabel *m_backendLabel;
+    ElidedLabel *m_addressLabel;
+    ElidedLabel *m_backendLabel;
     QVector<LogModel::Row> m_newMessages;
     QVector<LogModel::Row> m_newTraffic;
     quint64 m_exchanges = 0; ///< since the beginning or since the list was cleared
     QTimer m_flushTimer;
     QString m_moduleText;
-    QString m_controllerDescription;
 };

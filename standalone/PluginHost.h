@@ -9,7 +9,6 @@
 #include <QStringList>
 
 class IOManager;
-class QMenuBar;
 class QWidget;
 
 /// Loads one module and takes it through its life: loaded, given the host's objects, installed in
@@ -27,11 +26,9 @@ public:
     /// The first of the default files that exists, or the first of all if none does.
     static QString defaultFile(const QString &programFolder);
 
-    /// @return false and @p error set, in a sentence for the user, if there is no module in the
-    /// file
+    /// @return false and @p error set, in a sentence for the user, if the file holds no module
     bool load(const QString &fileName, QString *error);
     bool isLoaded() const { return m_module != nullptr; }
-    ModuleInterface *module() const { return m_module; }
 
     QString fileName() const { return m_loader.fileName(); }
     /// From the metadata, known from load() on.

@@ -37,11 +37,22 @@ void StepPlayer::start()
 
 void StepPlayer::tick()
 {
+    // What needs no turn of the event loop follows at once.
+    while (advance()) {
+    }
+    if (m_phase != Phase::Ended && m_phaseClock.hasExpired(m_limitMs))
+        failLate();
+}
+
+bool StepPlayer::advance()
+{
     if (m_phase == Phase::Ended)
-        return;
+        return false;
     const DemoStep &step = m_steps.at(m_step);
     switch (m_phase) {
     case Phase::Waiting:
+        if (step.leftOut && step.leftOut())
+            return nextStep();
         if (!step.ready || step.ready()) {
             m_acted = false;
             m_rounds = 0;
@@ -50,35 +61,29 @@ void StepPlayer::tick()
             // action opens.
             m_actionTimer.start();
         }
-        break;
-    case Phase::Acting:
+        return false;
+    case Phase::Acting: {
         if (!m_acted)
-            break;
+            return false;
         m_rounds = !step.done || step.done() ? m_rounds + 1 : 0;
-        if (m_rounds >= step.rounds)
-            enter(Phase::Settling);
-        break;
-    case Phase::Settling: {
+        if (m_rounds < step.rounds)
+            return false;
         const QString problem = step.finish ? step.finish() : QString();
         if (!problem.isEmpty()) {
             fail(problem);
-            return;
+            return false;
         }
         m_lastPicture = QImage();
         enter(Phase::Picture);
-        break;
+        // What came of it is painted first.
+        return step.name.isEmpty();
     }
     case Phase::Picture:
-        if (step.name.isEmpty() || takePicture()) {
-            nextStep();
-            return;
-        }
-        break;
+        return (step.name.isEmpty() || takePicture()) && nextStep();
     case Phase::Ended:
-        return;
+        break;
     }
-    if (m_phase != Phase::Ended && m_phaseClock.hasExpired(m_limitMs))
-        failLate();
+    return false;
 }
 
 void StepPlayer::runAction()
@@ -98,15 +103,16 @@ void StepPlayer::enter(Phase phase)
     m_phaseClock.start();
 }
 
-void StepPlayer::nextStep()
+bool StepPlayer::nextStep()
 {
     if (++m_step < m_steps.size()) {
         enter(Phase::Waiting);
-        return;
+        return true;
     }
     m_timer.stop();
     enter(Phase::Ended);
     emit ended(QString());
+    return false;
 }
 
 void StepPlayer::failLate()
@@ -132,7 +138,7 @@ void StepPlayer::fail(const QString &problem)
     enter(Phase::Ended);
     const QImage picture = m_scene->grab().image;
     if (!picture.isNull())
-        picture.save(QDir(m_folder).filePath(QStringLiteral("failed.png")));
+        picture.save(QDir(m_folder).filePath(QLatin1String(kFailurePicture)));
     const QString windows = m_scene->openWindows();
     emit ended(windows.isEmpty() ? problem : tr("%1 Open windows: %2.").arg(problem, windows));
 }

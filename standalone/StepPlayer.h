@@ -15,6 +15,7 @@ class DemoScene;
 /// One thing that a user does, and what comes of it. Everything but the name may be left out.
 struct DemoStep {
     QString name;                    ///< of the picture
+    std::function<bool()> leftOut;   ///< true when it is to be skipped; asked until ready()
     std::function<bool()> ready;     ///< true when act() can be done
     std::function<void()> act;       ///< may run a modal dialog
     std::function<bool()> done;      ///< true when the effect is there
@@ -37,6 +38,8 @@ class StepPlayer : public QObject {
 public:
     /// How long a step may wait for what must become true.
     static constexpr int kDefaultLimitMs = 30000;
+    /// The picture that a failure leaves.
+    static constexpr char kFailurePicture[] = "failed.png";
 
     /// @param scene   not owned
     /// @param folder  exists; gets the pictures "01-NAME.png"
@@ -46,7 +49,7 @@ public:
     void setSteps(const QVector<DemoStep> &steps) { m_steps = steps; }
     /// Begins from the event loop.
     void start();
-    /// Ends with that problem and leaves the picture "failed.png".
+    /// Ends with that problem and leaves a picture of it.
     void fail(const QString &problem);
     /// How the 3D view looked in the picture of a step before; null if it could not be seen.
     QImage viewIn(const QString &stepName) const { return m_views.value(stepName); }
@@ -57,12 +60,15 @@ signals:
     void ended(const QString &problem);
 
 private:
-    enum class Phase { Waiting, Acting, Settling, Picture, Ended };
+    enum class Phase { Waiting, Acting, Picture, Ended };
 
     void tick();
+    /// @return true if the next phase may follow in the same turn of the event loop
+    bool advance();
     void runAction();
     void enter(Phase phase);
-    void nextStep();
+    /// @return false after the last one
+    bool nextStep();
     void failLate();
     bool takePicture();
 

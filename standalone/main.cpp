@@ -1,6 +1,7 @@
 #include "Host.h"
 #include "HostOptions.h"
-#include "QuitSignals.h"
+
+#include <controller/QuitSignals.h>
 
 #include <QApplication>
 

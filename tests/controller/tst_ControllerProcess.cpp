@@ -159,6 +159,8 @@ private slots:
         QTest::newRow("negative seed") << QStringList{"--seed", "-1"} << QByteArray("--seed wants");
         QTest::newRow("backend of one number")
             << QStringList{"--backend", "1"} << QByteArray("--backend wants");
+        QTest::newRow("scenario without a name")
+            << QStringList{"--scenario", ""} << QByteArray("--scenario wants the name of a file");
         QTest::newRow("missing scenario") << QStringList{"--scenario", "/nowhere/at/all.json"}
                                           << QByteArray("/nowhere/at/all.json: ");
         QTest::newRow("unknown setup")

@@ -515,7 +515,8 @@ private slots:
         QVERIFY(state.setReference("standard b02") == StateResult::Done);
         QCOMPARE(state.reference(), QByteArray("standard b02"));
         for (const char *wrong : {"standard b03", "standard b00", "standard", "standard 02",
-                                  "floor", "standard b02 x", "", "standard bx"})
+                                  "floor", "standard b02 x", "", "standard bx", "standard b+1",
+                                  "standard b1", "standard b 1", "standard b0000000002"})
             QVERIFY2(state.setReference(wrong) == StateResult::NoSuchBody, wrong);
         QCOMPARE(state.reference(), QByteArray("standard b02"));
     }

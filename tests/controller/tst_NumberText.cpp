@@ -106,6 +106,36 @@ private slots:
         QVERIFY(!parseNumber(text, &value));
         QCOMPARE(value, 99.0);
     }
+
+    void bodyNamesAreRead_data()
+    {
+        QTest::addColumn<QByteArray>("type");
+        QTest::addColumn<int>("number");
+        const auto row = [](const char *text, const QByteArray &type, int number) {
+            QTest::newRow(text) << type << number;
+        };
+        row("standard b02", "standard", 2);
+        row("Vimbar b00", "Vimbar", 0);
+        row("ghost b123456789", "ghost", 123456789);
+        for (const char *text :
+             {"", "none", "standard", "standard 02", "standard b", "standard b2", "standard b+1",
+              "standard b-1", "standard b0x1", "standard b02.0", "standard B02", "standard m02",
+              "standard b02 ", " standard b02", " b02", "standard  b02", "standard b02 x",
+              "standard b0000000002", "standard b\xc2\xb2\xc2\xb2"})
+            row(text, "untouched", 7);
+    }
+
+    void bodyNamesAreRead()
+    {
+        QFETCH(QByteArray, type);
+        QFETCH(int, number);
+        QByteArray foundType = "untouched";
+        int foundNumber = 7;
+        QCOMPARE(parseBodyName(QTest::currentDataTag(), &foundType, &foundNumber),
+                 type != "untouched");
+        QCOMPARE(foundType, type);
+        QCOMPARE(foundNumber, number);
+    }
 };
 
 QUOREL2_TEST_MAIN(tst_NumberText)

@@ -106,6 +106,18 @@ check "the caller's folder is the demo's only one" called "quorel2-host --demo $
 check 'and it ends well' succeeded
 
 new_machine
+program_in "$work/bin/xvfb-run" 'mkdir -p out; exit 1'
+run run.sh
+check 'a demo that fails ends it' not succeeded
+check 'and where it left what it did is told' says 'what it did is in out.'
+
+new_machine
+program_in "$work/bin/xvfb-run" 'exit 1'
+run run.sh --seed one
+check 'a demo that did not begin ends it too' not succeeded
+check 'and nothing is said of a folder that is not there' not says 'is in out'
+
+new_machine
 run run.sh --controller 192.168.1.20:4711
 check 'a real controller is not played with' not called '^xvfb-run'
 check 'and the reason is told' says 'the demo would change a body on that controller'

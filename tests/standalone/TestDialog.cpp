@@ -87,6 +87,7 @@ void TestDialog::build()
     side->addWidget(addButton("redo_button", &TestDialog::redo));
     side->addWidget(addButton("apply_button", &TestDialog::apply));
     side->addWidget(addButton("ok_button", &TestDialog::accept));
+    side->addWidget(addButton("cancel_button", &TestDialog::reject));
     side->addStretch();
     auto *layout = new QGridLayout(this);
     layout->addWidget(m_bodies, 0, 0);
@@ -211,6 +212,7 @@ void TestDialog::refresh()
     m_buttons["redo_button"]->setEnabled(!m_redo.isEmpty());
     m_buttons["apply_button"]->setEnabled(!m_undo.isEmpty());
     m_buttons["ok_button"]->setEnabled(true);
+    m_buttons["cancel_button"]->setEnabled(true);
     m_online->setEnabled(isLoaded);
 }
 

@@ -190,6 +190,30 @@ private slots:
         QVERIFY(!reports.turns(1));
     }
 
+    void aBodyIsJudgedAsSoonAsItIsClear()
+    {
+        BodyReports reports;
+        feed(&reports, lineOf(kStraight), BodyReports::kLinesToTrust - 1);
+        QVERIFY(!reports.isJudged(1));
+        QVERIFY(!reports.isJudged(2));
+        feed(&reports, lineOf(kStraight));
+        QVERIFY(reports.isJudged(1));
+        // Not in the lines at all.
+        QVERIFY(reports.isJudged(2));
+        // It has begun to move, perhaps to turn.
+        feed(&reports, lineOf(turned(1.9, Eigen::Vector3d::UnitZ())));
+        QVERIFY(!reports.isJudged(1));
+        feed(&reports, lineOf(turned(2.1, Eigen::Vector3d::UnitZ())));
+        QVERIFY(reports.isJudged(1));
+
+        reports.forget();
+        feed(&reports, lineOf(turned(1.0, Eigen::Vector3d::UnitZ())));
+        feed(&reports, lineOf(kStraight), BodyReports::kLinesToTrust);
+        QVERIFY(!reports.isJudged(1));
+        feed(&reports, lineOf(Rotation{}, 0.0, "-1.000"));
+        QVERIFY(reports.isJudged(1));
+    }
+
     void theNewestRotationIsTold()
     {
         BodyReports reports;

@@ -18,7 +18,7 @@
 namespace {
 
 /// How long a step may take, where one is expected to fail for it.
-constexpr int kShortLimitMs = 5000;
+constexpr int kShortLimitMs = 3000;
 constexpr int kLimitMs = 60000;
 
 struct Outcome {
@@ -34,6 +34,16 @@ Scenario scenarioOf(const QByteArray &json)
     if (!Scenario::fromJson(json, &scenario, &error))
         qFatal("%s", qPrintable(error));
     return scenario;
+}
+
+/// A body for each motion, all of them suitable for every adjustment.
+QByteArray scenarioWith(const QList<QByteArray> &motions)
+{
+    QList<QByteArray> bodies;
+    for (const QByteArray &motion : motions)
+        bodies.append(R"({"type": "standard", "targetType": "tt_std", "motion": ")" + motion +
+                      R"(", "markers": [[0, 0, 0], [80, 60, 0], [-80, 30, 5], [10, -70, 15]]})");
+    return "{\"extends\": \"default\", \"bodies\": [" + bodies.join(", ") + "]}";
 }
 
 /// Plays the demonstration on the test dialog, in this process.
@@ -155,24 +165,15 @@ private slots:
     {
         QTest::addColumn<QByteArray>("scenario");
         QTest::addColumn<QString>("told");
-        const QByteArray body =
-            R"({"type": "standard", "targetType": "tt_std", "motion": "%1",
-                "markers": [[0, 0, 0], [80, 60, 0], [-80, 30, 5], [10, -70, 15]]})";
-        const auto bodies = [body](const QByteArray &first, const QByteArray &second) {
-            QByteArray text =
-                "{\"extends\": \"default\", \"bodies\": [" + body + ", " + body + "]}";
-            text.replace(text.indexOf("%1"), 2, first);
-            return text.replace(text.indexOf("%1"), 2, second);
-        };
-        QTest::newRow("only the first body is still")
-            << bodies("still", "moving") << QStringLiteral("that stands still");
-        QTest::newRow("no moving body") << bodies("still", "still") << QStringLiteral("that moves");
-        QTest::newRow("the moving body is lost now and then")
-            << bodies("lost", "still") << QStringLiteral("that moves");
+        QTest::newRow("no body at all") << QByteArray(R"({"extends": "default", "bodies": []})")
+                                        << QStringLiteral("The list of bodies is empty.");
+        QTest::newRow("no body that suits")
+            << scenarioWith({"still", "moving"}).replace("tt_std", "tt_5dof")
+            << QStringLiteral("no calibrated standard body of target type tt_std in the list");
         QTest::newRow("no data lines")
             << QByteArray(R"({"extends": "default", "faults": {"dataLines": "silent"}})")
             << QStringLiteral("No data lines come from the controller.");
-        QByteArray behind = bodies("moving", "still");
+        QByteArray behind = scenarioWith({"moving", "still"});
         const QByteArray markers = "[[0, 0, 0], [80, 60, 0], [-80, 30, 5], [10, -70, 15]]";
         behind.replace(behind.lastIndexOf(markers), markers.size(),
                        "[[0, 0, 0], [5, 5, 90], [-5, 5, 180], [5, -5, 230]]");
@@ -189,6 +190,72 @@ private slots:
         QVERIFY2(outcome.report.contains(told), qPrintable(outcome.report));
         QCOMPARE(outcome.exitCode, 1);
         QVERIFY(outcome.pictures.contains(QStringLiteral("failed.png")));
+    }
+
+    void whatThereIsNoBodyForIsLeftOut_data()
+    {
+        QTest::addColumn<QByteArray>("scenario");
+        QTest::addColumn<QStringList>("report");
+        QTest::addColumn<QStringList>("played");
+        QTest::addColumn<QStringList>("leftOut");
+        const QString first = QStringLiteral("The controller holds the expected definition of "
+                                             "standard body 1 (4 markers).");
+        const QString second = QStringLiteral("The controller holds the expected definition of "
+                                              "standard body 2 (4 markers).");
+        const QString noStill = QStringLiteral(
+            "The second adjustment was left out: there is no further calibrated standard body of "
+            "target type tt_std that stands still.");
+        const QString noMoving = QStringLiteral(
+            "Following a moving body was left out: there is no calibrated standard body of target "
+            "type tt_std that moves.");
+        const QString parallel =
+            QStringLiteral("The controller reports its axes parallel to the room's: ");
+        const QStringList whole = {"graphic-view", "axes-to-room", "applied-again", "closed-again"};
+        const QStringList following = {"moving-body-list", "apply-question", "moving-body-shown",
+                                       "online-followed", "still-body-list-again"};
+        QTest::newRow("one body") << scenarioWith({"still"}) << QStringList{first, noStill}
+                                  << QStringList{"second-dialog", "second-cancelled"}
+                                  << QStringList{"still-body-chosen", "closed-again"};
+        QTest::newRow("only the first body is still")
+            << scenarioWith({"still", "moving"}) << QStringList{first, noStill}
+            << QStringList{"second-cancelled"} << QStringList{"still-body-chosen"};
+        QTest::newRow("no moving body")
+            << scenarioWith({"still", "still"}) << QStringList{first, second, parallel, noMoving}
+            << whole << following;
+        QTest::newRow("the moving body is lost now and then")
+            << scenarioWith({"lost", "still"}) << QStringList{first, second, parallel, noMoving}
+            << whole << following;
+    }
+
+    void whatThereIsNoBodyForIsLeftOut()
+    {
+        QFETCH(QByteArray, scenario);
+        QFETCH(QStringList, report);
+        QFETCH(QStringList, played);
+        QFETCH(QStringList, leftOut);
+        const Outcome outcome = play(scenarioOf(scenario), kLimitMs);
+        const QStringList told = outcome.report.split(QLatin1Char('\n'));
+        QVERIFY2(told.size() == report.size(), qPrintable(outcome.report));
+        for (int i = 0; i < report.size(); ++i)
+            QVERIFY2(told.at(i).startsWith(report.at(i)), qPrintable(outcome.report));
+        QCOMPARE(outcome.exitCode, 0);
+        const QString pictures = outcome.pictures.join(QLatin1Char(' '));
+        for (const QString &name : played)
+            QVERIFY2(pictures.contains(QLatin1Char('-') + name + ".png"), qPrintable(name));
+        for (const QString &name : leftOut)
+            QVERIFY2(!pictures.contains(QLatin1Char('-') + name + ".png"), qPrintable(name));
+        QVERIFY(!outcome.pictures.contains(QStringLiteral("failed.png")));
+    }
+
+    void aMistakeIsFoundWhereThePartOfTheMovingBodyIsLeftOut()
+    {
+        qputenv("TEST_MODULE_FAULT", "write");
+        const Outcome outcome = play(scenarioOf(scenarioWith({"still", "still"})), kLimitMs);
+        QVERIFY2(outcome.report.contains(
+                     QStringLiteral("does not hold the expected definition of standard body 2")),
+                 qPrintable(outcome.report));
+        QCOMPARE(outcome.exitCode, 1);
+        QVERIFY(!outcome.pictures.join(QLatin1Char(' ')).contains(QStringLiteral("online")));
     }
 };
 

@@ -2,10 +2,10 @@
 
 #include <controller/ControllerServer.h>
 #include <controller/ControllerThread.h>
+#include <controller/QuitSignals.h>
 #include <standalone/Host.h>
 #include <standalone/LogView.h>
 #include <standalone/MainWindow.h>
-#include <standalone/QuitSignals.h>
 #include <tests/support/TestMain.h>
 
 #include <QApplication>
@@ -105,6 +105,8 @@ private slots:
     void afterATimeOutTheDataLinesComeAgain();
     void nonsenseForTheVersionIsAskedForOnce();
     void silenceAboutTheVersionIsAskedForTwice();
+    void nonsenseForTheDataLinesIsAskedForTwice();
+    void aWarningBeforeTheFirstAnswerCostsOneConnection();
     void linesThatNobodyAskedForAreShown();
     void dataLinesAreCounted();
     void dataLinesFromElsewhereAreReportedOnce();
@@ -116,6 +118,7 @@ private slots:
     void itStartsAndEndsManyTimes();
     void aDemonstrationWithoutControllerIsAnError();
     void aDemonstrationWithASilentControllerIsAnError();
+    void thePictureOfAnEarlierFailureIsGone();
     // The last one, since it leaves the module loaded.
     void endFromWithinTheDialogIsSafe();
 };
@@ -152,7 +155,7 @@ void HostTest::itSimulatesAControllerAndGreetsIt()
 void HostTest::theVersionGivenReplacesTheControllers()
 {
     HostOptions options = testOptions();
-    options.backendVersion = QStringLiteral("0.16");
+    options.backendVersion = BackendVersion{0, 16, -1};
     Host host(options);
     QString error;
     QVERIFY2(host.start(&error), qPrintable(error));
@@ -392,6 +395,68 @@ void HostTest::silenceAboutTheVersionIsAskedForTwice()
     host.end();
 }
 
+void HostTest::nonsenseForTheDataLinesIsAskedForTwice()
+{
+    ScriptedController controller(
+        [](const QByteArray &request, const ScriptedController::Client &c) {
+            c.send(request == "quorel2 get backend version" ? "quorel2 set backend version 1.17\n"
+                                                            : "what?\n");
+        });
+    QVERIFY(controller.start());
+    HostOptions options = testOptions();
+    options.controllerHost = QStringLiteral("127.0.0.1");
+    options.controllerPort = controller.port();
+    Host host(options);
+    QString error;
+    QVERIFY2(host.start(&error), qPrintable(error));
+    QTRY_VERIFY(texts(host.window(), "messageView")
+                    .contains(QStringLiteral("Error: The controller does not answer the request "
+                                             "for data lines. There will be none.")));
+    QTRY_VERIFY(textOf(host.window(), "stateLabel").contains(QStringLiteral(";Connected")));
+    // Two connections with the request, and one on which it is left out.
+    QTRY_COMPARE_WITH_TIMEOUT(controller.connectionCount(), 3, kLimitMs);
+    QTest::qWait(300);
+    QCOMPARE(controller.connectionCount(), 3);
+    int requests = 0;
+    for (const QByteArray &request : controller.requests())
+        requests += request.startsWith("quorel2 data connect ") ? 1 : 0;
+    QCOMPARE(requests, 2);
+    QCOMPARE(textOf(host.window(), "backendLabel"), QStringLiteral("Backend 1.17"));
+    host.end();
+}
+
+void HostTest::aWarningBeforeTheFirstAnswerCostsOneConnection()
+{
+    std::atomic<bool> warned{false};
+    ScriptedController controller(
+        [&](const QByteArray &request, const ScriptedController::Client &c) {
+            if (!warned.exchange(true))
+                c.send("quorel2 warning camera 3 hot\n");
+            c.send(request == "quorel2 get backend version" ? "quorel2 set backend version 1.17\n"
+                                                            : "quorel2 ok\n");
+        });
+    QVERIFY(controller.start());
+    HostOptions options = testOptions();
+    options.controllerHost = QStringLiteral("127.0.0.1");
+    options.controllerPort = controller.port();
+    Host host(options);
+    QString error;
+    QVERIFY2(host.start(&error), qPrintable(error));
+    QTRY_COMPARE_WITH_TIMEOUT(controller.connectionCount(), 2, kLimitMs);
+    QTRY_VERIFY(controller.requests().back().startsWith("quorel2 get backend version"));
+    // The new connection has its data lines.
+    int requests = 0;
+    QTRY_VERIFY([&] {
+        requests = 0;
+        for (const QByteArray &request : controller.requests())
+            requests += request.startsWith("quorel2 data connect ") ? 1 : 0;
+        return requests == 2;
+    }());
+    QTRY_VERIFY(textOf(host.window(), "stateLabel").contains(QStringLiteral(";Connected")));
+    QCOMPARE(textOf(host.window(), "backendLabel"), QStringLiteral("Backend 1.17"));
+    host.end();
+}
+
 void HostTest::linesThatNobodyAskedForAreShown()
 {
     ScriptedController controller(
@@ -584,6 +649,23 @@ void HostTest::aDemonstrationWithASilentControllerIsAnError()
     QString error;
     QVERIFY(!host.start(&error));
     QVERIFY2(error.contains(QStringLiteral("cannot be reached")), qPrintable(error));
+}
+
+void HostTest::thePictureOfAnEarlierFailureIsGone()
+{
+    QTemporaryDir folder;
+    for (const char *name : {"failed.png", "mine.png"}) {
+        QFile file(folder.filePath(QString::fromLatin1(name)));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+    }
+    HostOptions options = testOptions();
+    options.demoFolder = folder.path();
+    Host host(options);
+    QString error;
+    QVERIFY2(host.start(&error), qPrintable(error));
+    QVERIFY(!QFile::exists(folder.filePath(QStringLiteral("failed.png"))));
+    QVERIFY(QFile::exists(folder.filePath(QStringLiteral("mine.png"))));
+    host.end();
 }
 
 void HostTest::endFromWithinTheDialogIsSafe()

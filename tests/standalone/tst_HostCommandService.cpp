@@ -84,6 +84,10 @@ private slots:
     void aReplyToAnotherQueryFails_data();
     void aReplyToAnotherQueryFails();
     void afterAReplyToSomethingElseTheNextOneIsRight();
+    void afterALineThatAnswersNoCommandTheNextReplyIsRight_data();
+    void afterALineThatAnswersNoCommandTheNextReplyIsRight();
+    void anAnswerOfTheControllerKeepsTheConnection_data();
+    void anAnswerOfTheControllerKeepsTheConnection();
     void aValueOf127CharactersFits();
     void aValueOf128CharactersIsAFailedExchange();
     void aValueWithANulIsAFailedExchange();
@@ -277,6 +281,60 @@ void HostCommandServiceTest::afterAReplyToSomethingElseTheNextOneIsRight()
         QCOMPARE(m_service->getString(buffer.data(), "%s", parameter), 0);
         QCOMPARE(QByteArray(buffer.data()), QByteArray("right"));
     }
+}
+
+void HostCommandServiceTest::afterALineThatAnswersNoCommandTheNextReplyIsRight_data()
+{
+    QTest::addColumn<QByteArray>("line");
+    QTest::addColumn<bool>("fits");
+    QTest::newRow("a warning") << QByteArray("quorel2 warning camera 3 hot") << true;
+    QTest::newRow("looks like ok") << QByteArray("quorel2 okay") << true;
+    QTest::newRow("looks like an error") << QByteArray("quorel2 errand") << true;
+    QTest::newRow("empty") << QByteArray("") << true;
+    QTest::newRow("another language") << QByteArray("ok") << true;
+    QTest::newRow("too long") << QByteArray(300, 'w') << false;
+    QTest::newRow("with a NUL") << QByteArray("w\0w", 3) << false;
+}
+
+void HostCommandServiceTest::afterALineThatAnswersNoCommandTheNextReplyIsRight()
+{
+    QFETCH(QByteArray, line);
+    QFETCH(bool, fits);
+    // The controller says something of its own accord before the first answer, which is still on
+    // its way when the next command is sent.
+    QByteArray late = line;
+    m_answer = [&](const QByteArray &request) {
+        const QByteArray reply = "quorel2 ok " + request;
+        return m_controller->connectionCount() == 1 ? std::exchange(late, reply) : reply;
+    };
+    Buffer buffer;
+    QCOMPARE(m_service->sendCommand(buffer.data(), "quorel2 body transform") == 0, fits);
+    QCOMPARE(QByteArray(buffer.data()), fits ? line : QByteArray());
+    for (const char *command : {"second", "third"}) {
+        QCOMPARE(m_service->sendCommand(buffer.data(), "%s", command), 0);
+        QCOMPARE(QByteArray(buffer.data()), QByteArray("quorel2 ok ") + command);
+    }
+    QCOMPARE(m_controller->connectionCount(), 2);
+}
+
+void HostCommandServiceTest::anAnswerOfTheControllerKeepsTheConnection_data()
+{
+    QTest::addColumn<QByteArray>("reply");
+    for (const char *reply : {"quorel2 ok", "quorel2 ok then", "quorel2 err", "quorel2 err hot",
+                              "quorel2 set vimbar output_6df yes"})
+        QTest::newRow(reply) << QByteArray(reply);
+}
+
+void HostCommandServiceTest::anAnswerOfTheControllerKeepsTheConnection()
+{
+    QFETCH(QByteArray, reply);
+    m_answer = [=](const QByteArray &) { return reply; };
+    Buffer buffer;
+    for (int i = 0; i < 2; ++i) {
+        QCOMPARE(m_service->sendCommand(buffer.data(), "quorel2 get vimbar output_6df"), 0);
+        QCOMPARE(QByteArray(buffer.data()), reply);
+    }
+    QCOMPARE(m_controller->connectionCount(), 1);
 }
 
 void HostCommandServiceTest::aValueOf127CharactersFits()

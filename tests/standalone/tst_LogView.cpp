@@ -6,6 +6,7 @@
 #include <QClipboard>
 #include <QMenu>
 #include <QScrollBar>
+#include <QSplitter>
 #include <QtTest>
 
 namespace {
@@ -31,7 +32,10 @@ class LogViewTest : public QObject {
 
 private slots:
     void theNewestRowStaysInSight();
+    void theNewestRowStaysInSightWhenTheViewGetsSmaller();
+    void theNewestRowStaysInSightBesideASplitter();
     void whoScrolledBackIsLeftThere();
+    void whoScrolledBackIsLeftThereWhenTheViewGetsSmaller();
     void selectedRowsAreCopied();
     void theEmptyTextIsDrawnOnlyWhileThereAreNoRows();
     void failuresAreDrawnInAnotherColour();
@@ -71,6 +75,72 @@ void LogViewTest::whoScrolledBackIsLeftThere()
     view.verticalScrollBar()->setValue(view.verticalScrollBar()->maximum());
     model.append(numbered(201, 300));
     QTRY_VERIFY(lastRowIsInSight(view));
+}
+
+void LogViewTest::theNewestRowStaysInSightWhenTheViewGetsSmaller()
+{
+    LogModel model({"Number", "Text"}, 1000);
+    LogView view;
+    view.setModel(&model);
+    view.resize(400, 600);
+    view.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    // All of them are in sight, so there is nothing to scroll yet.
+    model.append(numbered(1, 10));
+    QTRY_VERIFY(lastRowIsInSight(view));
+    for (const int height : {150, 400, 120}) {
+        view.resize(400, height);
+        QTRY_COMPARE(view.height(), height);
+        QTRY_VERIFY(lastRowIsInSight(view));
+        model.append(numbered(1, 30));
+        QTRY_VERIFY(lastRowIsInSight(view));
+    }
+    view.showMaximized();
+    QTRY_VERIFY(view.height() > 400);
+    model.append(numbered(1, 3));
+    view.showNormal();
+    QTRY_VERIFY(view.height() < 400);
+    model.append(numbered(1, 3));
+    QTRY_VERIFY(lastRowIsInSight(view));
+}
+
+void LogViewTest::theNewestRowStaysInSightBesideASplitter()
+{
+    LogModel model({"Number", "Text"}, 1000);
+    QSplitter splitter(Qt::Vertical);
+    auto *other = new QWidget;
+    auto *view = new LogView;
+    view->setModel(&model);
+    splitter.addWidget(other);
+    splitter.addWidget(view);
+    splitter.resize(400, 600);
+    splitter.setSizes({100, 500});
+    splitter.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&splitter));
+    model.append(numbered(1, 100));
+    QTRY_VERIFY(lastRowIsInSight(*view));
+    splitter.setSizes({400, 200});
+    QTRY_VERIFY(lastRowIsInSight(*view));
+    model.append(numbered(101, 130));
+    QTRY_VERIFY(lastRowIsInSight(*view));
+}
+
+void LogViewTest::whoScrolledBackIsLeftThereWhenTheViewGetsSmaller()
+{
+    LogModel model({"Number", "Text"}, 1000);
+    LogView view;
+    view.setModel(&model);
+    view.resize(400, 300);
+    view.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    model.append(numbered(1, 100));
+    QTRY_VERIFY(lastRowIsInSight(view));
+    view.verticalScrollBar()->setValue(10);
+    view.resize(400, 150);
+    QTRY_COMPARE(view.height(), 150);
+    model.append(numbered(101, 110));
+    QCoreApplication::processEvents();
+    QCOMPARE(view.verticalScrollBar()->value(), 10);
 }
 
 void LogViewTest::selectedRowsAreCopied()

@@ -1,15 +1,20 @@
 #include <host/ModuleInterface.h>
+#include <standalone/ElidedLabel.h>
 #include <standalone/LogView.h>
 #include <standalone/MainWindow.h>
 #include <tests/support/TestMain.h>
 
+#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QToolButton>
 #include <QtTest>
+
+#include <limits>
 
 namespace {
 
@@ -88,6 +93,8 @@ private slots:
     void quitClosesTheWindow();
     void aboutTellsProgramAndModule();
     void theWindowFitsASmallScreen();
+    void nothingIsCutOffAtTheMinimumSize_data();
+    void nothingIsCutOffAtTheMinimumSize();
 };
 
 void MainWindowTest::theHostsOwnMenusStandAtTheEnds()
@@ -379,6 +386,90 @@ void MainWindowTest::theWindowFitsASmallScreen()
     QVERIFY(window.width() <= 1280 && window.height() <= 800);
     QVERIFY(window.minimumSizeHint().width() <= 800);
     QVERIFY(window.minimumSizeHint().height() <= 600);
+}
+
+void MainWindowTest::nothingIsCutOffAtTheMinimumSize_data()
+{
+    QTest::addColumn<quint64>("dropped");
+    QTest::addColumn<QString>("address");
+    QTest::addColumn<QString>("version");
+    QTest::newRow("as it is most of the time")
+        << quint64(0) << QStringLiteral("127.0.0.1:42200") << QStringLiteral("1.17.2");
+    QTest::newRow("the longest texts")
+        << std::numeric_limits<quint64>::max()
+        << QStringLiteral("[fe80:1111:2222:3333:4444:5555:6666:7777%enp0s31f6]:65535")
+        << QStringLiteral("9999.9999.9999");
+}
+
+void MainWindowTest::nothingIsCutOffAtTheMinimumSize()
+{
+    QFETCH(quint64, dropped);
+    QFETCH(QString, address);
+    QFETCH(QString, version);
+    MainWindow window;
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    window.resize(1, 1);
+    QTRY_COMPARE(window.size(), window.minimumSize());
+    const QSize smallest = window.minimumSize();
+
+    window.setModuleInfo(QStringLiteral("GUI Body Adjustment"), QStringLiteral("v3.1.9"),
+                         QStringLiteral("/somewhere/lib.so"));
+    window.setController(QStringLiteral("Simulated controller"), address);
+    window.setConnectionState(ControllerConnection::DisconnectedState, QString());
+    window.setBackendVersion(version);
+    window.setDataRate(119.9, dropped);
+    for (int i = 0; i < 5000; ++i)
+        window.addExchange(exchange("request", "reply", ExchangeStatus::UnexpectedReply));
+    window.flush();
+    window.findChild<QLineEdit *>(QStringLiteral("trafficFilter"))
+        ->setText(QStringLiteral("request"));
+    window.flush();
+    QTest::qWait(50);
+    // No text makes the window grow.
+    QCOMPARE(window.size(), smallest);
+    QCOMPARE(window.minimumSize(), smallest);
+
+    QWidgetList shown;
+    for (QWidget *widget : window.findChildren<QWidget *>()) {
+        if (widget->isVisible() && !qobject_cast<QLineEdit *>(widget->parent()) &&
+            (qobject_cast<QLabel *>(widget) || qobject_cast<QToolButton *>(widget) ||
+             qobject_cast<QLineEdit *>(widget)))
+            shown.append(widget);
+    }
+    QVERIFY(shown.size() >= 11);
+    const auto nameOf = [](const QWidget *widget) {
+        const auto *label = qobject_cast<const QLabel *>(widget);
+        return label ? label->text().toUtf8() : widget->objectName().toUtf8();
+    };
+    for (const QWidget *widget : qAsConst(shown)) {
+        QVERIFY2(widget->width() >= widget->minimumSizeHint().width(), nameOf(widget));
+        QVERIFY2(widget->height() >= widget->minimumSizeHint().height(), nameOf(widget));
+        QVERIFY2(widget->parentWidget()->rect().contains(widget->geometry()), nameOf(widget));
+        for (const QWidget *other : qAsConst(shown)) {
+            if (other != widget && other->parent() == widget->parent())
+                QVERIFY2(!other->geometry().intersects(widget->geometry()), nameOf(widget));
+        }
+    }
+    // What tells one from another is seen of a text that is cut.
+    const auto shownText = [&](const char *name) {
+        return window.findChild<ElidedLabel *>(QString::fromLatin1(name))->shownText();
+    };
+    QVERIFY2(shownText("moduleLabel").endsWith(QStringLiteral(" v3.1.9")),
+             qPrintable(shownText("moduleLabel")));
+    QVERIFY2(shownText("addressLabel").endsWith(address.mid(address.lastIndexOf(':'))),
+             qPrintable(shownText("addressLabel")));
+    QVERIFY2(shownText("dataRateLabel").startsWith(QStringLiteral("Data lines: 119.9/s")),
+             qPrintable(shownText("dataRateLabel")));
+    QCOMPARE(shownText("addressLabel") == textOf(window, "addressLabel"), dropped == 0);
+    QCOMPARE(shownText("backendLabel") == textOf(window, "backendLabel"), dropped == 0);
+    QCOMPARE(shownText("dataRateLabel") == textOf(window, "dataRateLabel"), dropped == 0);
+
+    const auto *traffic = window.findChild<LogView *>(QStringLiteral("trafficView"));
+    const QFontMetrics metrics(traffic->font());
+    QVERIFY(traffic->header()->sectionSize(2) >=
+            metrics.horizontalAdvance(QStringLiteral("quorel2 set body number_of_marker")));
+    QVERIFY(!traffic->horizontalScrollBar()->isVisible());
 }
 
 QUOREL2_TEST_MAIN(MainWindowTest)

@@ -77,6 +77,31 @@ private slots:
         QCOMPARE(stage.pictures(), (QStringList{"01-one.png", "02-two.png"}));
     }
 
+    void aStepThatIsLeftOutIsNotPlayed()
+    {
+        Stage stage;
+        QStringList acted;
+        int asked = 0;
+        QVector<DemoStep> steps;
+        for (const char *name : {"first", "left-out", "late", "last"}) {
+            DemoStep step = named(QString::fromLatin1(name));
+            step.act = [&acted, name] { acted.append(QString::fromLatin1(name)); };
+            steps.append(step);
+        }
+        steps[1].leftOut = [] { return true; };
+        // What is to be left out may be known only after a while.
+        steps[2].leftOut = [&asked] { return ++asked > 3; };
+        steps[2].ready = [] { return false; };
+        steps[3].leftOut = [] { return false; };
+        stage.player.setSteps(steps);
+        stage.player.start();
+        QVERIFY(stage.ended.wait(kLimitMs));
+        QCOMPARE(stage.problem(), QString());
+        QCOMPARE(acted, (QStringList{"first", "last"}));
+        QCOMPARE(asked, 4);
+        QCOMPARE(stage.pictures(), (QStringList{"01-first.png", "02-last.png"}));
+    }
+
     void aStepWaitsUntilItCanBegin()
     {
         Stage stage;

@@ -324,6 +324,41 @@ private slots:
         QVERIFY(largestDifference(controller.markers(kSecond), wanted) < 0.002);
     }
 
+    void whatThereIsNoBodyForIsLeftOut_data()
+    {
+        QTest::addColumn<int>("bodies");
+        QTest::addColumn<int>("exitCode");
+        QTest::addColumn<QByteArray>("told");
+        QTest::addColumn<int>("transforms");
+        QTest::newRow("no body") << 0 << 1 << QByteArray("The list of bodies is empty.") << 0;
+        QTest::newRow("one body") << 1 << 0 << QByteArray("The second adjustment was left out")
+                                  << 1;
+        QTest::newRow("none that moves")
+            << 2 << 0 << QByteArray("Following a moving body was left out") << 3;
+    }
+
+    void whatThereIsNoBodyForIsLeftOut()
+    {
+        QFETCH(int, bodies);
+        QFETCH(int, exitCode);
+        QFETCH(QByteArray, told);
+        QFETCH(int, transforms);
+        QList<QByteArray> texts;
+        for (int i = 0; i < bodies; ++i)
+            texts.append(R"({"type": "standard", "targetType": "tt_std", "motion": "still",
+                             "markers": [[0, 0, 0], [80, 60, 0], [-80, 30, 5], [10, -70, 15]]})");
+        QTemporaryDir folder;
+        QFile scenario(folder.filePath("still.json"));
+        QVERIFY(scenario.open(QIODevice::WriteOnly));
+        scenario.write("{\"extends\": \"default\", \"bodies\": [" + texts.join(",") + "]}");
+        scenario.close();
+        const Played played({"--scenario", scenario.fileName()});
+        QVERIFY2(played.exitCode == exitCode, played.output.constData());
+        QVERIFY2(played.output.contains(told), played.output.constData());
+        QCOMPARE(played.output.count("holds the expected definition"), bodies);
+        QCOMPARE(played.transforms().size(), transforms);
+    }
+
     void aRefusedTransformEndsItWithOne_data()
     {
         QTest::addColumn<int>("transform");
