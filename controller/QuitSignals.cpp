@@ -21,6 +21,15 @@ void wake(int)
 
 constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
+using Handler = void (*)(int);
+
+Handler handlerOf(int number)
+{
+    struct sigaction action = {};
+    ::sigaction(number, nullptr, &action);
+    return action.sa_handler;
+}
+
 } // namespace
 
 QuitSignals::QuitSignals(QObject *parent)
@@ -31,14 +40,19 @@ QuitSignals::QuitSignals(QObject *parent)
         return;
     auto *notifier = new QSocketNotifier(wakeDescriptor, QSocketNotifier::Read, this);
     connect(notifier, &QSocketNotifier::activated, this, &QuitSignals::onSignal);
-    for (const int number : kSignals)
-        std::signal(number, wake);
+    for (const int number : kSignals) {
+        // Whoever started the program may want it to go on without its terminal.
+        if (handlerOf(number) != SIG_IGN)
+            std::signal(number, wake);
+    }
 }
 
 QuitSignals::~QuitSignals()
 {
-    for (const int number : kSignals)
-        std::signal(number, SIG_DFL);
+    for (const int number : kSignals) {
+        if (handlerOf(number) == wake)
+            std::signal(number, SIG_DFL);
+    }
     if (wakeDescriptor >= 0)
         ::close(wakeDescriptor);
     wakeDescriptor = -1;

@@ -7,6 +7,7 @@
 
 #include <QJsonDocument>
 #include <QJsonParseError>
+#include <QRegularExpression>
 
 #include <algorithm>
 #include <cmath>
@@ -444,8 +445,14 @@ bool ScenarioReader::checkWhole()
     if (s.reference.trimmed().isEmpty() || s.reference != s.reference.simplified())
         return fail(QStringLiteral("tracking.reference"),
                     "words joined by single blanks, or \"none\", expected");
+    static const QRegularExpression anyBody(QStringLiteral("\\A\\S+ b[0-9]+\\z"));
     QByteArray type;
     int number = 0;
+    if (anyBody.match(QString::fromLatin1(s.reference)).hasMatch()) {
+        if (!parseBodyName(s.reference, &type, &number))
+            return fail(QStringLiteral("tracking.reference"),
+                        "the number of a body has two to nine digits: \"b02\"");
+    }
     if (parseBodyName(s.reference, &type, &number)) {
         const auto count =
             std::count_if(s.bodies.begin(), s.bodies.end(), [&type](const ControllerBody &body) {

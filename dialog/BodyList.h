@@ -14,7 +14,7 @@ class BodyList : public QObject {
     Q_OBJECT
 
 public:
-    /// @param box  not owned; must outlive the list, or be handed to releaseBox()
+    /// @param box  not owned; must live as long as the list is used
     BodyList(QComboBox *box, QObject *parent);
 
     /// Replaces the items. No body is chosen then, and pointedAt() is not emitted.

@@ -12,8 +12,8 @@
 
 namespace {
 
-// The host is told no buffer length. It stays within 128 bytes for values and 208 for replies, by
-// its own promise; where nothing is given away by it, there is room to spare.
+// The host is told no buffer length. By its own promise it stays within 128 bytes for a value and
+// 208 for a reply; most buffers leave it room to spare.
 constexpr int kShortBuffer = 128;
 constexpr int kBuffer = 1024;
 

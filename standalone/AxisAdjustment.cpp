@@ -143,18 +143,18 @@ QVector<DemoStep> AxisAdjustment::chooseStillBody()
 bool AxisAdjustment::isJudged() const
 {
     const BodyReports *reports = parts().reports;
-    const QVector<ListedBody> bodies = listedBodies();
+    const QVector<DemoBody> bodies = listedBodies();
     return (stillBody().index >= 0 && movingBody().index >= 0) ||
            reports->lineCount() >= kLinesToGiveUp ||
-           std::all_of(bodies.cbegin(), bodies.cend(), [reports](const ListedBody &body) {
+           std::all_of(bodies.cbegin(), bodies.cend(), [reports](const DemoBody &body) {
                return !body.isSuitable || reports->isJudged(body.number);
            });
 }
 
-ListedBody AxisAdjustment::stillBody() const
+DemoBody AxisAdjustment::stillBody() const
 {
-    ListedBody found;
-    for (const ListedBody &body : listedBodies()) {
+    DemoBody found;
+    for (const DemoBody &body : listedBodies()) {
         if (!body.isSuitable || body.number == m_before->bodyNumber() ||
             !parts().reports->standsStill(body.number))
             continue;
@@ -167,9 +167,9 @@ ListedBody AxisAdjustment::stillBody() const
     return found;
 }
 
-ListedBody AxisAdjustment::movingBody() const
+DemoBody AxisAdjustment::movingBody() const
 {
-    for (const ListedBody &body : listedBodies()) {
+    for (const DemoBody &body : listedBodies()) {
         if (body.isSuitable && parts().reports->turns(body.number))
             return body;
     }

@@ -56,14 +56,14 @@ private:
     DemoStep applyAlignment();
 
     bool isJudged() const;
-    ListedBody stillBody() const;
-    ListedBody movingBody() const;
+    DemoBody stillBody() const;
+    DemoBody movingBody() const;
     MarkerView markerView() const;
     QString compareTable() const;
 
     const DemoAdjustment *m_before;
-    ListedBody m_still;
-    ListedBody m_moving;
+    DemoBody m_still;
+    DemoBody m_moving;
     MarkerView::Pair m_pair;
     QPoint m_menuPlace;
     Rotation m_rotation{};

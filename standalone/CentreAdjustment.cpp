@@ -108,9 +108,9 @@ DemoStep CentreAdjustment::confirmTurn(double angleDeg)
     return step;
 }
 
-ListedBody CentreAdjustment::suitableBody() const
+DemoBody CentreAdjustment::suitableBody() const
 {
-    for (const ListedBody &body : listedBodies()) {
+    for (const DemoBody &body : listedBodies()) {
         if (body.isSuitable)
             return body;
     }

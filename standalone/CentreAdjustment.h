@@ -13,7 +13,7 @@ public:
     QVector<DemoStep> steps() override;
 
 private:
-    ListedBody suitableBody() const;
+    DemoBody suitableBody() const;
     QDoubleSpinBox *turnField() const;
     DemoStep mainWindow();
     DemoStep typeTurn(double angleDeg);

@@ -236,7 +236,7 @@ bool ControllerConnection::connectWithin(const QDeadlineTimer &deadline)
     return m_state == ConnectedState;
 }
 
-Exchange ControllerConnection::exchange(const QByteArray &line)
+Exchange ControllerConnection::exchange(const QByteArray &line, Replies replies)
 {
     Exchange result;
     result.time = QDateTime::currentDateTime();
@@ -264,7 +264,7 @@ Exchange ControllerConnection::exchange(const QByteArray &line)
         qCDebug(lcStandalone) << ">" << line;
         m_socket.write(line + '\n');
         m_socket.flush();
-        result.status = waitForReply(deadline, &result.reply);
+        result.status = waitForReply(deadline, replies, &result);
         result.replied =
             result.status == ExchangeStatus::Done || result.status == ExchangeStatus::ReplyTooLong;
         if (result.replied) {
@@ -286,7 +286,8 @@ Exchange ControllerConnection::exchange(const QByteArray &line)
     return result;
 }
 
-ExchangeStatus ControllerConnection::waitForReply(const QDeadlineTimer &deadline, QByteArray *reply)
+ExchangeStatus ControllerConnection::waitForReply(const QDeadlineTimer &deadline, Replies replies,
+                                                  Exchange *exchange)
 {
     // What had begun to come before the request was written cannot be its reply.
     bool firstIsUnasked = m_lines.hasUnfinishedLine();
@@ -296,12 +297,14 @@ ExchangeStatus ControllerConnection::waitForReply(const QDeadlineTimer &deadline
             receive();
         LineBuffer::Line line;
         while (m_lines.takeLine(&line)) {
-            if (firstIsUnasked) {
-                firstIsUnasked = false;
+            const bool isUnasked = firstIsUnasked || (replies == AnswersOnly &&
+                                                      !isAnswerTo(exchange->request, line.text));
+            firstIsUnasked = false;
+            if (isUnasked) {
                 reportUnasked(line.text);
                 continue;
             }
-            *reply = line.text;
+            exchange->reply = line.text;
             return line.tooLong ? ExchangeStatus::ReplyTooLong : ExchangeStatus::Done;
         }
         if (m_state != ConnectedState)

@@ -61,10 +61,13 @@ public:
     QHostAddress localAddress() const { return m_socket.localAddress(); }
     QHostAddress peerAddress() const { return m_socket.peerAddress(); }
 
+    /// What is taken for a reply: the first line that comes, or the first that can be the answer.
+    enum Replies { AnyLine, AnswersOnly };
+
     /// Sends a line and waits for the reply line.
     /// @param line  without its end; it must hold none, and no NUL
     /// @return the exchange with its reply; the status is Done when a whole line came
-    Exchange exchange(const QByteArray &line);
+    Exchange exchange(const QByteArray &line, Replies replies = AnyLine);
 
     /// Gives the connection up because requests and replies may be out of step, and opens it anew
     /// for the next exchange.
@@ -90,7 +93,8 @@ private:
     void readTrial();
     void endTrial(ExchangeStatus status);
     bool connectWithin(const QDeadlineTimer &deadline);
-    ExchangeStatus waitForReply(const QDeadlineTimer &deadline, QByteArray *reply);
+    ExchangeStatus waitForReply(const QDeadlineTimer &deadline, Replies replies,
+                                Exchange *exchange);
     void receive();
     void dropUnaskedLines();
     void reportUnaskedLines();

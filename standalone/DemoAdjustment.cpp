@@ -58,7 +58,7 @@ bool DemoAdjustment::check(QString *report)
     return false;
 }
 
-QString DemoAdjustment::adopt(const ListedBody &body)
+QString DemoAdjustment::adopt(const DemoBody &body)
 {
     m_body = body;
     QVector<ExpectedDefinition::Marker> markers;
@@ -150,7 +150,7 @@ DemoStep DemoAdjustment::openBodyList(const QString &name)
     return step;
 }
 
-DemoStep DemoAdjustment::chooseBody(const QString &name, const std::function<ListedBody()> &body)
+DemoStep DemoAdjustment::chooseBody(const QString &name, const std::function<DemoBody()> &body)
 {
     DemoStep step;
     step.name = name;
@@ -205,13 +205,13 @@ QPoint DemoAdjustment::placeInList(QAbstractItemView *list, int row)
     return {seen.left() + seen.width() / 4, seen.center().y()};
 }
 
-QVector<ListedBody> DemoAdjustment::listedBodies() const
+QVector<DemoBody> DemoAdjustment::listedBodies() const
 {
-    QVector<ListedBody> result;
+    QVector<DemoBody> result;
     const QComboBox *list = bodyList();
     for (int i = 0; list && i < list->count(); ++i) {
         const QStringList fields = list->itemData(i).toString().split(QLatin1Char('|'));
-        ListedBody body;
+        DemoBody body;
         body.index = i;
         body.type = fields.value(0);
         body.number = fields.value(1).toInt();

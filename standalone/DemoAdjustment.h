@@ -26,7 +26,7 @@ struct DemoParts {
 };
 
 /// An entry of the dialog's list of bodies.
-struct ListedBody {
+struct DemoBody {
     int index = -1; ///< in the list; -1: none
     QString type;
     int number = 0; ///< from 1
@@ -60,19 +60,19 @@ protected:
     DemoStep openBodyList(const QString &name);
     /// Chooses from the open list.
     /// @param body  asked when the step comes
-    DemoStep chooseBody(const QString &name, const std::function<ListedBody()> &body);
+    DemoStep chooseBody(const QString &name, const std::function<DemoBody()> &body);
     DemoStep clickButton(const QString &name, const char *button,
                          const std::function<bool()> &done);
     /// OK, after which the controller must hold what is expected.
     DemoStep close(const QString &name);
 
-    QVector<ListedBody> listedBodies() const;
+    QVector<DemoBody> listedBodies() const;
     QComboBox *bodyList() const;
     /// Where in an open list's viewport an entry is seen, after it was scrolled into view.
     static QPoint placeInList(QAbstractItemView *list, int row);
     /// Begins to expect something of a body: what the controller holds of it now.
     /// @return a sentence for the user if the controller does not tell
-    QString adopt(const ListedBody &body);
+    QString adopt(const DemoBody &body);
 
     const DemoParts &parts() const { return m_parts; }
     ExpectedDefinition &expected() { return m_expected; }
@@ -82,6 +82,6 @@ private:
     QString readDefinition(QVector<ExpectedDefinition::Marker> *markers) const;
 
     DemoParts m_parts;
-    ListedBody m_body;
+    DemoBody m_body;
     ExpectedDefinition m_expected;
 };

@@ -1,6 +1,10 @@
 #include "Exchange.h"
 
+#include "ReplyValues.h"
+
 #include <QCoreApplication>
+
+static const QByteArray kQuery = QByteArrayLiteral("quorel2 get ");
 
 static QString tr(const char *text)
 {
@@ -37,8 +41,13 @@ bool isErrorReply(const QByteArray &reply)
     return reply == "quorel2 err" || reply.startsWith("quorel2 err ");
 }
 
-bool isAnswer(const QByteArray &reply)
+bool isAnswerTo(const QByteArray &request, const QByteArray &reply)
 {
-    return reply == "quorel2 ok" || reply.startsWith("quorel2 ok ") || isErrorReply(reply) ||
-           reply.startsWith("quorel2 set ");
+    if (isErrorReply(reply))
+        return true;
+    if (request.startsWith(kQuery)) {
+        QByteArray value;
+        return valueOfReply(reply, request.mid(kQuery.size()), &value);
+    }
+    return reply == "quorel2 ok" || reply.startsWith("quorel2 ok ");
 }

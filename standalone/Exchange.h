@@ -34,8 +34,9 @@ QString statusText(ExchangeStatus status);
 /// True for the controller's word that it did not do what was asked.
 bool isErrorReply(const QByteArray &reply);
 
-/// True for what a controller answers to a request: that it did it, that it did not, or a value.
-/// Anything else it says of its own accord.
-bool isAnswer(const QByteArray &reply);
+/// True for what a controller may answer to that request line: that it did not do it, else the
+/// value that was asked for, or that it did what it was told. Anything else it has said of its own
+/// accord, and the answer is still to come.
+bool isAnswerTo(const QByteArray &request, const QByteArray &reply);
 
 Q_DECLARE_METATYPE(Exchange)

@@ -18,7 +18,7 @@
 namespace {
 
 /// A single one may be an accident, in particular while the controller starts.
-constexpr int kMostFailures = 2;
+constexpr int kMostTimeOuts = 2;
 constexpr int kRateIntervalMs = 250;
 
 void printLine(const QString &text)
@@ -205,14 +205,11 @@ bool Host::greetController()
     if (!m_dataReceiver.start(m_connection.localAddress(), m_dataSource, &reason)) {
         m_window->addMessage(QDateTime::currentDateTime(), tr("Host"),
                              tr("Error: No data lines can be received: %1").arg(reason));
-    } else if (m_dataFailures < kMostFailures) {
+    } else if (m_dataTimeOuts < kMostTimeOuts) {
         const Exchange exchange =
             m_service.command("quorel2 data connect " + QByteArray::number(m_dataReceiver.port()));
-        // A line that is no answer costs the connection, as silence does.
-        const bool hasFailed = exchange.replied ? !isAnswer(exchange.reply)
-                                                : exchange.status == ExchangeStatus::TimedOut;
-        m_dataFailures = hasFailed ? m_dataFailures + 1 : 0;
-        if (m_dataFailures == kMostFailures)
+        m_dataTimeOuts = exchange.status == ExchangeStatus::TimedOut ? m_dataTimeOuts + 1 : 0;
+        if (m_dataTimeOuts == kMostTimeOuts)
             m_window->addMessage(QDateTime::currentDateTime(), tr("Host"),
                                  tr("Error: The controller does not answer the request for data "
                                     "lines. There will be none."));
@@ -231,7 +228,7 @@ bool Host::greetController()
             m_versions = unknownBackendVersion();
         // An unexpected reply costs the connection, and would cost the next one too.
         if (status == ExchangeStatus::UnexpectedReply ||
-            (status == ExchangeStatus::TimedOut && ++m_versionTimeOuts == kMostFailures))
+            (status == ExchangeStatus::TimedOut && ++m_versionTimeOuts == kMostTimeOuts))
             m_asksVersion = false;
     }
     m_window->setBackendVersion(backendVersionText(m_versions));

@@ -65,7 +65,7 @@ private:
     QHostAddress m_reportedSender; ///< of data lines that were dropped
     int m_greeted = 0;             ///< the connection, by its count, that was greeted last
     bool m_lossReported = false;
-    int m_dataFailures = 0; ///< in sequence, of the request for data lines
+    int m_dataTimeOuts = 0; ///< in sequence, of the request for data lines
     int m_versionTimeOuts = 0;
     bool m_asksVersion = true;
 };

@@ -71,10 +71,14 @@ int HostCommandService::sendCommand(char *reply, const char *format, ...)
     va_start(arguments, format);
     const bool valid = formatLine(&line, "", format, arguments);
     va_end(arguments);
-    const Exchange exchange = valid ? command(line) : finish(badRequest(line));
-    if (exchange.status == ExchangeStatus::Done)
-        copyOut(reply, exchange.reply);
-    return static_cast<int>(exchange.status);
+    Exchange exchange = valid ? ask(line) : badRequest(line);
+    if (exchange.status == ExchangeStatus::Done) {
+        if (exchange.reply.size() > kLongestReply || exchange.reply.contains('\0'))
+            exchange.status = ExchangeStatus::ReplyTooLong;
+        else
+            copyOut(reply, exchange.reply);
+    }
+    return static_cast<int>(finish(exchange).status);
 }
 
 int HostCommandService::getString(char *value, const char *format, ...)
@@ -126,26 +130,26 @@ int HostCommandService::setParameter(const char *format, ...)
     va_start(arguments, format);
     const bool valid = formatLine(&line, "quorel2 set ", format, arguments);
     va_end(arguments);
-    Exchange exchange = valid ? m_connection->exchange(line) : badRequest(line);
+    Exchange exchange = valid ? ask(line) : badRequest(line);
     if (exchange.status == ExchangeStatus::Done && exchange.reply != "quorel2 ok") {
         exchange.status = isErrorReply(exchange.reply) ? ExchangeStatus::Refused
                                                        : ExchangeStatus::UnexpectedReply;
-        if (exchange.status == ExchangeStatus::UnexpectedReply)
-            resynchronise();
     }
     return static_cast<int>(finish(exchange).status);
 }
 
+Exchange HostCommandService::ask(const QByteArray &line)
+{
+    const Exchange exchange = m_connection->exchange(line);
+    // The answer may still be on its way, and would be taken for the next request's.
+    if (exchange.replied && !isAnswerTo(line, exchange.reply))
+        m_connection->resynchronise(tr("The controller sent a reply to something else"));
+    return exchange;
+}
+
 Exchange HostCommandService::command(const QByteArray &line)
 {
-    Exchange exchange = m_connection->exchange(line);
-    // What the controller said of its own accord is handed out as the reply that it was taken for.
-    if (exchange.replied && !isAnswer(exchange.reply))
-        resynchronise();
-    if (exchange.status == ExchangeStatus::Done &&
-        (exchange.reply.size() > kLongestReply || exchange.reply.contains('\0')))
-        exchange.status = ExchangeStatus::ReplyTooLong;
-    return finish(exchange);
+    return finish(m_connection->exchange(line, ControllerConnection::AnswersOnly));
 }
 
 Exchange HostCommandService::query(const QByteArray &parameter, QByteArray *value)
@@ -155,17 +159,13 @@ Exchange HostCommandService::query(const QByteArray &parameter, QByteArray *valu
 
 Exchange HostCommandService::read(const QByteArray &parameter, QByteArray *value)
 {
-    Exchange exchange = m_connection->exchange(kQuery + parameter);
+    Exchange exchange = ask(kQuery + parameter);
     if (exchange.status != ExchangeStatus::Done)
         return exchange;
-    if (isErrorReply(exchange.reply)) {
+    if (isErrorReply(exchange.reply))
         exchange.status = ExchangeStatus::Refused;
-    } else if (!valueOfReply(exchange.reply, parameter, value)) {
+    else if (!valueOfReply(exchange.reply, parameter, value) || value->contains('\0'))
         exchange.status = ExchangeStatus::UnexpectedReply;
-        resynchronise();
-    } else if (value->contains('\0')) {
-        exchange.status = ExchangeStatus::UnexpectedReply;
-    }
     return exchange;
 }
 
@@ -175,12 +175,6 @@ Exchange HostCommandService::readFormatted(const char *format, std::va_list argu
     QByteArray parameter;
     return formatLine(&parameter, "", format, arguments) ? read(parameter, value)
                                                          : badRequest(kQuery + parameter);
-}
-
-void HostCommandService::resynchronise()
-{
-    // The reply to this request may still be on its way, and would be taken for the next one's.
-    m_connection->resynchronise(tr("The controller sent a reply to something else"));
 }
 
 Exchange HostCommandService::badRequest(const QByteArray &line)

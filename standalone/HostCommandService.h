@@ -55,7 +55,8 @@ public:
     void registerReceiver(const char *module, MessageReceiver *receiver) override;
     void unregisterReceiver(const char *module, MessageReceiver *receiver) override;
 
-    /// The same exchanges for the host itself, with texts ready made.
+    /// The same exchanges for the host itself, with texts ready made. A command waits for its
+    /// answer; what the controller says before it is not taken for one.
     Exchange command(const QByteArray &line);
     Exchange query(const QByteArray &parameter, QByteArray *value);
 
@@ -72,11 +73,11 @@ private:
     /// @param line  as far as it could be formatted
     static Exchange badRequest(const QByteArray &line);
     Exchange finish(const Exchange &exchange);
+    /// Takes the first line that comes. If that is no answer, the connection is opened anew.
+    Exchange ask(const QByteArray &line);
     /// The value is good if the exchange is done.
     Exchange read(const QByteArray &parameter, QByteArray *value);
     Exchange readFormatted(const char *format, std::va_list arguments, QByteArray *value);
-    /// For a reply that came but cannot be what was asked for.
-    void resynchronise();
     void deliver(const QByteArray &destination, const QByteArray &source, int kind,
                  const QByteArray &text);
 

@@ -6,6 +6,7 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QPointer>
 
 namespace {
 
@@ -38,8 +39,12 @@ void StepPlayer::start()
 void StepPlayer::tick()
 {
     // What needs no turn of the event loop follows at once.
+    const QPointer<StepPlayer> guard(this);
     while (advance()) {
     }
+    // Who hears of the end may delete this.
+    if (!guard)
+        return;
     if (m_phase != Phase::Ended && m_phaseClock.hasExpired(m_limitMs))
         failLate();
 }

@@ -164,15 +164,15 @@ signals:
     /// Never emitted; there for wheels that show the camera.
     void translateViewRequest(double x, double y, double z);
     void rotateViewRequest(double x, double y, double z);
-    /// The mouse has moved the camera or ended a drag. The canvas leaves it to the receivers to
-    /// call saveCurrentView() and then to put their wheels back to 0.
+    /// The mouse has moved the camera, or a drag has ended. The canvas leaves it to the receivers
+    /// to call saveCurrentView() and then to put their wheels back to 0.
     void storeViewRequest();
     /// True after a commit, an undo or a redo; false when a body is loaded or cleared.
     void bodyModified(bool bodyModified);
     /// What is pending is to be committed. The canvas does so before any other receiver is called.
     void storeBodyRequest();
-    /// Whether there is something to undo, or to redo. Both after each commit, undo and redo, and
-    /// whenever the body or its markers are exchanged.
+    /// Whether there is something to undo, or to redo. Both after each commit that changes
+    /// something, each undo and redo, and whenever the body or its markers are exchanged.
     void canUndo(bool enableUndo);
     void canRedo(bool enableRedo);
     /// Whether the selection is what the operation needs. Both, and the two about lines, after each
@@ -186,7 +186,7 @@ signals:
     void body_change(bool can_apply);
     /// With each setOnline().
     void is_online(bool online);
-    /// As the two above; false also after the operation.
+    /// As canSetOriginToMarker(); false also after the operation.
     void canIntroduceLine(bool enableIntroduceLine);
     void canDeleteLine(bool enableDeleteLine);
     /// With each select(). Whether a marker can be deleted is for the receiver to find out.

@@ -273,7 +273,7 @@ private slots:
     {
         for (const QByteArray &reference :
              {QByteArray("none"), QByteArray("room"), QByteArray("fixed frame"),
-              QByteArray("STANDARD b01"), QByteArray("vimbar b02"), QByteArray("standard b3")}) {
+              QByteArray("STANDARD b01"), QByteArray("vimbar b02"), QByteArray("standard body")}) {
             const Scenario scenario = scenarioOf(
                 "{\"extends\": \"default\", \"tracking\": {\"reference\": \"" + reference + "\"}}");
             QCOMPARE(scenario.reference, reference);
@@ -338,6 +338,12 @@ private slots:
              "tracking.reference: words joined by single blanks"},
             {"reference that is not there", R"({"tracking": {"reference": "standard b01"}})",
              "tracking.reference: there is no such body"},
+            {"reference with one digit",
+             R"({"extends": "default", "tracking": {"reference": "standard b1"}})",
+             "tracking.reference: the number of a body has two to nine digits"},
+            {"reference with too many digits",
+             R"({"extends": "default", "tracking": {"reference": "standard b9999999999"}})",
+             "tracking.reference: the number of a body has two to nine digits"},
             {"reference beyond the last body",
              R"({"extends": "default", "tracking": {"reference": "vimbar b03"}})",
              "tracking.reference: there is no such body"},

@@ -88,6 +88,9 @@ private slots:
     void afterALineThatAnswersNoCommandTheNextReplyIsRight();
     void anAnswerOfTheControllerKeepsTheConnection_data();
     void anAnswerOfTheControllerKeepsTheConnection();
+    void aReadAnsweredByAnotherValueIsNoAnswer();
+    void afterALineThatIsTooLongTheNextWriteAndReadAreRight();
+    void theHostsOwnCommandWaitsForItsAnswer();
     void aValueOf127CharactersFits();
     void aValueOf128CharactersIsAFailedExchange();
     void aValueWithANulIsAFailedExchange();
@@ -292,7 +295,9 @@ void HostCommandServiceTest::afterALineThatAnswersNoCommandTheNextReplyIsRight_d
     QTest::newRow("looks like an error") << QByteArray("quorel2 errand") << true;
     QTest::newRow("empty") << QByteArray("") << true;
     QTest::newRow("another language") << QByteArray("ok") << true;
+    QTest::newRow("a value") << QByteArray("quorel2 set status active mea") << true;
     QTest::newRow("too long") << QByteArray(300, 'w') << false;
+    QTest::newRow("longer than any line") << QByteArray(3000, 'w') << false;
     QTest::newRow("with a NUL") << QByteArray("w\0w", 3) << false;
 }
 
@@ -319,20 +324,67 @@ void HostCommandServiceTest::afterALineThatAnswersNoCommandTheNextReplyIsRight()
 
 void HostCommandServiceTest::anAnswerOfTheControllerKeepsTheConnection_data()
 {
+    QTest::addColumn<QByteArray>("request");
     QTest::addColumn<QByteArray>("reply");
-    for (const char *reply : {"quorel2 ok", "quorel2 ok then", "quorel2 err", "quorel2 err hot",
-                              "quorel2 set vimbar output_6df yes"})
-        QTest::newRow(reply) << QByteArray(reply);
+    for (const char *reply : {"quorel2 ok", "quorel2 ok then", "quorel2 err", "quorel2 err hot"})
+        QTest::newRow(reply) << QByteArray("quorel2 tracking start") << QByteArray(reply);
+    for (const char *reply :
+         {"quorel2 err", "quorel2 err hot", "quorel2 set vimbar output_6df yes"})
+        QTest::addRow("read: %s", reply)
+            << QByteArray("quorel2 get vimbar output_6df") << QByteArray(reply);
 }
 
 void HostCommandServiceTest::anAnswerOfTheControllerKeepsTheConnection()
 {
+    QFETCH(QByteArray, request);
     QFETCH(QByteArray, reply);
     m_answer = [=](const QByteArray &) { return reply; };
     Buffer buffer;
     for (int i = 0; i < 2; ++i) {
-        QCOMPARE(m_service->sendCommand(buffer.data(), "quorel2 get vimbar output_6df"), 0);
+        QCOMPARE(m_service->sendCommand(buffer.data(), "%s", request.constData()), 0);
         QCOMPARE(QByteArray(buffer.data()), reply);
+    }
+    QCOMPARE(m_controller->connectionCount(), 1);
+}
+
+void HostCommandServiceTest::aReadAnsweredByAnotherValueIsNoAnswer()
+{
+    m_answer = [](const QByteArray &) { return QByteArray("quorel2 set status active mea"); };
+    Buffer buffer;
+    QCOMPARE(m_service->sendCommand(buffer.data(), "quorel2 get vimbar output_6df"), 0);
+    QCOMPARE(m_service->sendCommand(buffer.data(), "quorel2 get vimbar output_6df"), 0);
+    QCOMPARE(m_controller->connectionCount(), 2);
+}
+
+void HostCommandServiceTest::afterALineThatIsTooLongTheNextWriteAndReadAreRight()
+{
+    // Before the answer to the first write, which is a refusal that is still on its way.
+    bool isFirst = true;
+    m_answer = [&](const QByteArray &) {
+        return std::exchange(isFirst, false)
+                   ? QByteArray(3000, 'w') + "\nquorel2 err first"
+                   : QByteArray(m_controller->connectionCount() == 1 ? "quorel2 err late"
+                                                                     : "quorel2 ok");
+    };
+    QVERIFY(m_service->setParameter("first 1") != 0);
+    QCOMPARE(m_service->setParameter("second 2"), 0);
+    QCOMPARE(m_controller->connectionCount(), 2);
+    isFirst = true;
+    int value = 0;
+    QVERIFY(m_service->getInt(&value, "p") != 0);
+    QCOMPARE(m_service->setParameter("third 3"), 0);
+    QCOMPARE(m_controller->connectionCount(), 3);
+}
+
+void HostCommandServiceTest::theHostsOwnCommandWaitsForItsAnswer()
+{
+    m_answer = [](const QByteArray &) {
+        return QByteArray("hello\n") + QByteArray(3000, 'w') + "\nquorel2 set a b\nquorel2 ok";
+    };
+    for (int i = 0; i < 2; ++i) {
+        const Exchange exchange = m_service->command("quorel2 data connect 5000");
+        QVERIFY(exchange.status == ExchangeStatus::Done);
+        QCOMPARE(exchange.reply, QByteArray("quorel2 ok"));
     }
     QCOMPARE(m_controller->connectionCount(), 1);
 }
