@@ -328,14 +328,15 @@ private slots:
         QVERIFY(controller.isRunning());
     }
 
-    void interruptAndTerminationEndItCleanly_data()
+    void signalsEndItCleanly_data()
     {
         QTest::addColumn<int>("signal");
         QTest::newRow("interrupt") << SIGINT;
         QTest::newRow("termination") << SIGTERM;
+        QTest::newRow("end of the terminal") << SIGHUP;
     }
 
-    void interruptAndTerminationEndItCleanly()
+    void signalsEndItCleanly()
     {
         QFETCH(int, signal);
         Controller controller;
@@ -343,6 +344,19 @@ private slots:
         QCOMPARE(controller.ask("quorel2 tracking start"), QByteArray("quorel2 ok"));
         QCOMPARE(controller.endBySignal(signal), 0);
         QVERIFY(controller.errorOutput().isEmpty());
+    }
+
+    void startedToOutliveItsTerminalItDoes()
+    {
+        const auto before = std::signal(SIGHUP, SIG_IGN);
+        Controller controller;
+        std::signal(SIGHUP, before);
+        ::kill(static_cast<pid_t>(controller.processId()), SIGHUP);
+        QCOMPARE(controller.ask("quorel2 get status active"),
+                 QByteArray("quorel2 set status active idle"));
+        QTest::qWait(100);
+        QVERIFY(controller.isRunning());
+        QCOMPARE(controller.endBySignal(SIGTERM), 0);
     }
 };
 
