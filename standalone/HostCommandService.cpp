@@ -140,7 +140,7 @@ int HostCommandService::setParameter(const char *format, ...)
 
 Exchange HostCommandService::ask(const QByteArray &line)
 {
-    const Exchange exchange = m_connection->exchange(line);
+    Exchange exchange = m_connection->exchange(line);
     // The answer may still be on its way, and would be taken for the next request's.
     if (exchange.replied && !isAnswerTo(line, exchange.reply))
         m_connection->resynchronise(tr("The controller sent a reply to something else"));
